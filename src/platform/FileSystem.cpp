@@ -1,0 +1,45 @@
+#include "platform/FileSystem.h"
+
+namespace vantrel {
+
+bool ReadWholeFile(FileSystem& fs, std::string_view path, std::string* bytes) {
+    auto file = fs.OpenRead(path);
+    if (!file)
+        return false;
+    bytes->clear();
+    bytes->reserve(static_cast<std::size_t>(file->Size()));
+    char buffer[65536];
+    for (;;) {
+        std::int64_t n = file->Read(buffer, sizeof buffer);
+        if (n < 0)
+            return false;
+        if (n == 0)
+            return true;
+        bytes->append(buffer, static_cast<std::size_t>(n));
+    }
+}
+
+bool WriteWholeFile(FileSystem& fs, std::string_view path, std::string_view bytes) {
+    auto file = fs.OpenWrite(path);
+    if (!file)
+        return false;
+    bool ok = file->Write(bytes.data(), bytes.size());
+    return file->Close() && ok;
+}
+
+bool CreateDirectories(FileSystem& fs, std::string_view path) {
+    std::string p(path);
+    while (!p.empty() && (p.back() == '\\' || p.back() == '/'))
+        p.pop_back();
+    if (p.empty() || fs.IsDirectory(p))
+        return true;
+    auto slash = p.find_last_of("\\/");
+    // Stop at a drive ("C:") or UNC share root.
+    if (slash != std::string::npos && slash > 0 && !(slash == 2 && p[1] == ':')) {
+        if (!CreateDirectories(fs, p.substr(0, slash)))
+            return false;
+    }
+    return fs.CreateDirectory(p) || fs.IsDirectory(p);
+}
+
+} // namespace vantrel

@@ -1,0 +1,79 @@
+// File-system port: Windows paths in, the ANSI file calls the program makes.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantrel {
+
+inline constexpr std::uint32_t kFileAttributeReadOnly = 0x01;
+inline constexpr std::uint32_t kFileAttributeHidden = 0x02;
+inline constexpr std::uint32_t kFileAttributeSystem = 0x04;
+inline constexpr std::uint32_t kFileAttributeDirectory = 0x10;
+inline constexpr std::uint32_t kFileAttributeArchive = 0x20;
+inline constexpr std::uint32_t kFileAttributeReparsePoint = 0x400;
+
+struct FindData {
+    std::string name; // the entry's own name, as stored
+    std::uint32_t attributes = 0;
+    std::uint64_t size = 0;
+    std::int64_t lastWrite = 0; // Unix seconds
+    bool IsDirectory() const { return (attributes & kFileAttributeDirectory) != 0; }
+};
+
+// A file opened for reading; large files are read in pieces.
+class InputFile {
+public:
+    virtual ~InputFile() = default;
+    // Returns the bytes read (0 at end of file), or -1 on a read error.
+    virtual std::int64_t Read(void* buffer, std::size_t size) = 0;
+    virtual bool Seek(std::uint64_t offset) = 0;
+    virtual std::uint64_t Size() const = 0;
+};
+
+// A file opened for writing (created or truncated, or opened to append).
+class OutputFile {
+public:
+    virtual ~OutputFile() = default;
+    // All or nothing: false when not every byte was written.
+    virtual bool Write(const void* data, std::size_t size) = 0;
+    virtual bool Seek(std::uint64_t offset) = 0;
+    virtual std::uint64_t Tell() const = 0;
+    // Flushes and closes; false when the last bytes could not be written.
+    virtual bool Close() = 0;
+};
+
+class FileSystem {
+public:
+    virtual ~FileSystem() = default;
+
+    virtual bool Exists(std::string_view path) = 0; // file or folder
+    virtual bool IsDirectory(std::string_view path) = 0;
+    virtual bool GetInfo(std::string_view path, FindData* info) = 0;
+
+    // FindFirstFileA/FindNextFileA over a pattern such as "C:\WINDOWS\inf\*.inf" ("*" and "?"
+    // in the last component only). "." and ".." are never returned. False when the folder
+    // does not exist or nothing matches.
+    virtual bool FindFiles(std::string_view pattern, std::vector<FindData>* found) = 0;
+
+    virtual std::unique_ptr<InputFile> OpenRead(std::string_view path) = 0;
+    virtual std::unique_ptr<OutputFile> OpenWrite(std::string_view path, bool append = false) = 0;
+
+    virtual bool CreateDirectory(std::string_view path) = 0; // one level, as CreateDirectoryA
+    virtual bool RemoveDirectory(std::string_view path) = 0; // empty folders only
+    virtual bool DeleteFile(std::string_view path) = 0;
+    virtual bool CopyFile(std::string_view from, std::string_view to, bool failIfExists) = 0;
+    // MoveFileExA with MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED.
+    virtual bool MoveFile(std::string_view from, std::string_view to) = 0;
+};
+
+// Whole-file helpers over the port.
+bool ReadWholeFile(FileSystem& fs, std::string_view path, std::string* bytes);
+bool WriteWholeFile(FileSystem& fs, std::string_view path, std::string_view bytes);
+// Creates every missing folder of path.
+bool CreateDirectories(FileSystem& fs, std::string_view path);
+
+} // namespace vantrel
