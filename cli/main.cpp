@@ -1,6 +1,36 @@
+// vantrel: the command-line front end over the same core as the window.
 #include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
 
-int main() {
-    std::puts("vantrel");
-    return 0;
+#include "Cli.h"
+
+namespace {
+
+void Usage(std::FILE* out) {
+    std::fputs("usage: vantrel <command> [options]\n"
+               "commands:\n"
+               "  info [--image DIR]    Windows version, folders, settings and language file\n",
+               out);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        Usage(stderr);
+        return 2;
+    }
+    std::string command = argv[1];
+    vantrel::CliArgs args(std::vector<std::string>(argv + 2, argv + argc));
+    if (command == "info")
+        return vantrel::RunInfo(args);
+    if (command == "help" || command == "--help" || command == "-h") {
+        Usage(stdout);
+        return 0;
+    }
+    std::fprintf(stderr, "vantrel: unknown command \"%s\"\n", command.c_str());
+    Usage(stderr);
+    return 2;
 }

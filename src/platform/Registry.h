@@ -54,7 +54,8 @@ public:
 
     // RegEnumKeyExA: subkeys by index in case-insensitive alphabetical order. A name
     // that does not fit bufferChars (with its NUL) fails with kErrorMoreData.
-    virtual long EnumKey(RegHandle key, std::uint32_t index, std::uint32_t bufferChars, std::string* name) = 0;
+    virtual long EnumKey(RegHandle key, std::uint32_t index, std::uint32_t bufferChars,
+                         std::string* name) = 0;
 
     // RegEnumValueA: value names by index in the order they were written.
     virtual long EnumValue(RegHandle key, std::uint32_t index, std::string* name, std::uint32_t* type) = 0;
@@ -62,11 +63,12 @@ public:
     // RegQueryValueExA into a buffer of bufferBytes: the stored bytes exactly as they
     // are (a REG_SZ may or may not end in NUL). Data larger than the buffer fails with
     // kErrorMoreData and returns nothing. Names are case-insensitive; "" is the default value.
-    virtual long QueryValue(RegHandle key, std::string_view name, std::uint32_t bufferBytes, std::uint32_t* type,
-                            std::string* data) = 0;
+    virtual long QueryValue(RegHandle key, std::string_view name, std::uint32_t bufferBytes,
+                            std::uint32_t* type, std::string* data) = 0;
 
     // RegSetValueExA with the exact bytes to store.
-    virtual long SetValue(RegHandle key, std::string_view name, std::uint32_t type, std::string_view data) = 0;
+    virtual long SetValue(RegHandle key, std::string_view name, std::uint32_t type,
+                          std::string_view data) = 0;
     virtual long DeleteValue(RegHandle key, std::string_view name) = 0;
 
     // RegDeleteKeyA: removes a key that has no subkeys.

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace vantrel {
 
@@ -31,7 +32,7 @@ public:
     virtual OsVersion GetVersion() = 0;            // GetVersionExA
     virtual std::string GetWindowsDirectory() = 0; // raw, no trailing "\" except at a root
     virtual std::string GetSystemDirectory() = 0;
-    virtual std::string GetTempPath() = 0;    // as GetTempPathA returns it, with trailing "\"
+    virtual std::string GetTempPath() = 0;     // as GetTempPathA returns it, with trailing "\"
     virtual std::string GetModuleFolder() = 0; // folder of the running program, as Windows reports it
     virtual std::string GetSpecialFolder(int csidl) = 0; // "" when unknown
 
@@ -45,6 +46,10 @@ public:
 
     // GetDateFormatA with the user's locale and the given picture ("dddd, MMMM dd, yyyy").
     virtual std::string FormatDate(int year, int month, int day, const std::string& picture) = 0;
+
+    // Language files are UTF-8; windows show ANSI text. Where the ANSI code page is
+    // UTF-8 (machine images, Windows 10 1903+ with our manifest) this changes nothing.
+    virtual std::string Utf8ToAnsi(std::string_view text) { return std::string(text); }
 };
 
 } // namespace vantrel

@@ -1,0 +1,101 @@
+#include "Cli.h"
+
+#include <cstdio>
+#include <filesystem>
+
+#include "platform/image/MachineImage.h"
+
+namespace vantrel {
+
+bool CliArgs::TakeValue(const std::string& name, std::string* value, std::string* error) {
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        if (args[i] == name) {
+            if (i + 1 >= args.size()) {
+                *error = name + " needs a value";
+                return false;
+            }
+            *value = args[i + 1];
+            args.erase(args.begin() + static_cast<long>(i), args.begin() + static_cast<long>(i) + 2);
+            return true;
+        }
+        if (args[i].rfind(name + "=", 0) == 0) {
+            *value = args[i].substr(name.size() + 1);
+            args.erase(args.begin() + static_cast<long>(i));
+            return true;
+        }
+    }
+    return false;
+}
+
+std::vector<std::string> CliArgs::TakeValues(const std::string& name, std::string* error) {
+    std::vector<std::string> values;
+    std::string value;
+    while (TakeValue(name, &value, error))
+        values.push_back(value);
+    return values;
+}
+
+bool CliArgs::TakeFlag(const std::string& name) {
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        if (args[i] == name) {
+            args.erase(args.begin() + static_cast<long>(i));
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CliArgs::Rest(std::vector<std::string>* words, std::string* error) const {
+    for (const auto& arg : args) {
+        if (arg.size() > 2 && arg.rfind("--", 0) == 0) {
+            *error = "unknown option " + arg;
+            return false;
+        }
+        words->push_back(arg);
+    }
+    return true;
+}
+
+std::string ProgramFolder() {
+#ifdef _WIN32
+    return {};
+#else
+    std::error_code ec;
+    auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+    return ec ? std::string(".") : exe.parent_path().string();
+#endif
+}
+
+std::unique_ptr<PlatformSet> OpenMachine(const std::string& imageDir, std::string* error) {
+    if (!imageDir.empty())
+        return LoadMachineImage(imageDir, ProgramFolder(), error);
+#ifdef _WIN32
+    return CreateWin32Platform();
+#else
+    *error = "no machine image given: use --image DIR (for example samples/machine)";
+    return nullptr;
+#endif
+}
+
+MsgAnswer ConsoleDialogs::MessageBox(const std::string& text, const std::string& title, MsgButtons buttons,
+                                     MsgIcon) {
+    std::printf("[%s] %s\n", title.c_str(), text.c_str());
+    switch (buttons) {
+    case MsgButtons::Ok:
+        return MsgAnswer::Ok;
+    case MsgButtons::OkCancel:
+        return answerYes ? MsgAnswer::Ok : MsgAnswer::Cancel;
+    default:
+        return answerYes ? MsgAnswer::Yes : MsgAnswer::No;
+    }
+}
+
+bool ConsoleDialogs::BrowseForFolder(const std::string&, std::string*) {
+    return false;
+}
+
+bool ConsoleDialogs::OpenFile(const std::string&, const std::string&, std::string*) {
+    return false;
+}
+
+} // namespace vantrel

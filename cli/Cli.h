@@ -1,0 +1,49 @@
+// Shared pieces of the command-line front end.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/Dialogs.h"
+#include "platform/Platform.h"
+
+namespace vantrel {
+
+// Arguments after the sub-command: flags with values, repeated flags, and bare words.
+class CliArgs {
+public:
+    CliArgs(std::vector<std::string> args) : args(std::move(args)) {}
+    // Takes "--name VALUE" (or "--name=VALUE"); false when absent. Sets *error when the value is missing.
+    bool TakeValue(const std::string& name, std::string* value, std::string* error);
+    std::vector<std::string> TakeValues(const std::string& name, std::string* error);
+    bool TakeFlag(const std::string& name);
+    // What is left after all Take calls: bare words; unknown "--" options are an error.
+    bool Rest(std::vector<std::string>* words, std::string* error) const;
+
+private:
+    std::vector<std::string> args;
+};
+
+// The machine the command works on: --image DIR, or the running Windows.
+std::unique_ptr<PlatformSet> OpenMachine(const std::string& imageDir, std::string* error);
+
+// The folder holding the program and its data files (Language\...).
+std::string ProgramFolder();
+
+// Console answers: message boxes print and take the default, or "yes" with --yes.
+class ConsoleDialogs : public Dialogs {
+public:
+    explicit ConsoleDialogs(bool answerYes) : answerYes(answerYes) {}
+    MsgAnswer MessageBox(const std::string& text, const std::string& title, MsgButtons buttons,
+                         MsgIcon icon) override;
+    bool BrowseForFolder(const std::string& prompt, std::string* folder) override;
+    bool OpenFile(const std::string& title, const std::string& filter, std::string* path) override;
+
+private:
+    bool answerYes;
+};
+
+int RunInfo(CliArgs& args);
+
+} // namespace vantrel
