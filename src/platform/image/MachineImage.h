@@ -24,16 +24,22 @@ class ImageProfile;
 class ImageClock;
 
 struct MachineFacts {
-    OsVersion version;             // major, minor, build, platform, producttype
-    std::string arch = "x64";      // x86 or x64
+    OsVersion version;        // major, minor, build, platform, producttype
+    std::string arch = "x64"; // x86 or x64
     std::string windir = "C:\\WINDOWS";
-    std::string sysdir;            // default windir + "\system32"
-    std::string temp;              // default C:\Users\User\AppData\Local\Temp
-    std::string appdata;           // default C:\Users\User\AppData\Roaming
+    std::string sysdir;                                    // default windir + "\system32"
+    std::string temp;                                      // default C:\Users\User\AppData\Local\Temp
+    std::string appdata;                                   // default C:\Users\User\AppData\Roaming
     std::string programDir = "C:\\Program Files\\Vantrel"; // where the program "lies" on the image
+    std::string now; // fixed local time "yyyy-mm-dd hh:mm:ss"; "" for the real clock
 };
 
-// Reads machine.ini; missing keys keep the Windows 10 x64 defaults above.
+// Fills the folders left empty from windir and the version (Windows 9x, 2000/XP or later layout).
+void CompleteMachineFacts(MachineFacts* facts);
+
+// Reads the [system] section of machine.ini (keys major, minor, build, platform, producttype,
+// arch, windir, sysdir, temp, appdata, programdir, now, csdversion); missing keys keep the
+// Windows 10 x64 defaults above. A missing file or a bad value fails with *error naming the file.
 bool ReadMachineIni(const std::string& hostFile, MachineFacts* facts, std::string* error);
 
 class ImagePlatform : public PlatformSet {
@@ -49,6 +55,8 @@ public:
 
     ImageRegistry& Registry() { return *registry; }
     ImageFileSystem& Files() { return *files; }
+    ImageSystem& System() { return *system; }
+    ImageProfile& Profile() { return *profile; }
     ImageProcesses& Processes() { return *processes; }
     ImageShell& Shell() { return *shell; }
     ImageResources& Resources() { return *resources; }
@@ -69,8 +77,10 @@ private:
     std::unique_ptr<Platform> ports;
 };
 
-// Loads machine.ini and every registry/*.reg of the image folder (in name order). A
-// missing machine.ini or a malformed .reg line fails with *error naming the file and line.
+// Loads machine.ini and every registry/*.reg of the image folder (in name order). user.reg, the
+// file Save writes, holds the whole HKEY_CURRENT_USER tree: what earlier files put there is
+// dropped before it is read. A missing machine.ini or a malformed .reg line fails with *error
+// naming the file (and line).
 std::unique_ptr<ImagePlatform> LoadMachineImage(const std::string& hostRoot, const std::string& programFolder,
                                                 std::string* error);
 

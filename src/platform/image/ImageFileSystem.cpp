@@ -1,0 +1,520 @@
+#include "platform/image/ImageFileSystem.h"
+
+#include <algorithm>
+#include <cctype>
+#include <chrono>
+#include <fstream>
+
+#include "platform/image/ImageText.h"
+#include "util/Text.h"
+
+namespace vantrel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A Windows path taken apart: drive letter (lower case) and the components below its root.
+struct WindowsPath {
+    char drive = 0;
+    std::vector<std::string> parts;
+};
+
+bool ParseWindowsPath(std::string_view path, WindowsPath* out) {
+    std::string p(path);
+    std::replace(p.begin(), p.end(), '/', '\\');
+    if (p.size() < 2 || p[1] != ':' || !std::isalpha(static_cast<unsigned char>(p[0])))
+        return false; // relative, rooted without a drive, or a network path
+    out->drive = static_cast<char>(std::tolower(static_cast<unsigned char>(p[0])));
+    out->parts.clear();
+    std::size_t start = 2;
+    while (start <= p.size()) {
+        std::size_t slash = p.find('\\', start);
+        std::string part = p.substr(start, slash == std::string::npos ? std::string::npos : slash - start);
+        if (part == "..") {
+            if (!out->parts.empty())
+                out->parts.pop_back();
+        } else if (part != ".") {
+            // Windows drops trailing dots and blanks of a name.
+            while (!part.empty() && (part.back() == '.' || part.back() == ' '))
+                part.pop_back();
+            if (!part.empty())
+                out->parts.push_back(std::move(part));
+        }
+        if (slash == std::string::npos)
+            break;
+        start = slash + 1;
+    }
+    return true;
+}
+
+std::int64_t UnixSeconds(fs::file_time_type t) {
+    auto sys = std::chrono::file_clock::to_sys(t);
+    return std::chrono::duration_cast<std::chrono::seconds>(sys.time_since_epoch()).count();
+}
+
+bool StatHost(const fs::path& host, FindData* info) {
+    std::error_code ec;
+    fs::file_status st = fs::status(host, ec);
+    if (ec || !fs::exists(st))
+        return false;
+    *info = FindData{};
+    info->name = HostPathString(host.filename());
+    if (fs::is_directory(st)) {
+        info->attributes = kFileAttributeDirectory;
+    } else {
+        info->attributes = kFileAttributeArchive;
+        auto size = fs::file_size(host, ec);
+        info->size = ec ? 0 : size;
+    }
+    if ((st.permissions() & fs::perms::owner_write) == fs::perms::none)
+        info->attributes |= kFileAttributeReadOnly;
+    auto time = fs::last_write_time(host, ec);
+    if (!ec)
+        info->lastWrite = UnixSeconds(time);
+    return true;
+}
+
+char FoldChar(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool WildMatch(std::string_view pattern, std::string_view name) {
+    std::size_t p = 0, n = 0, star = std::string_view::npos, mark = 0;
+    while (n < name.size()) {
+        if (p < pattern.size() && (pattern[p] == '?' || FoldChar(pattern[p]) == FoldChar(name[n]))) {
+            ++p, ++n;
+        } else if (p < pattern.size() && pattern[p] == '*') {
+            star = p++;
+            mark = n;
+        } else if (star != std::string_view::npos) {
+            p = star + 1;
+            n = ++mark;
+        } else {
+            return false;
+        }
+    }
+    while (p < pattern.size() && pattern[p] == '*')
+        ++p;
+    return p == pattern.size();
+}
+
+// "*.*" and "name.*" also match names without any dot, as FindFirstFile does.
+bool MatchesPattern(std::string_view pattern, std::string_view name) {
+    if (WildMatch(pattern, name))
+        return true;
+    return pattern.size() >= 2 && pattern.substr(pattern.size() - 2) == ".*" &&
+           WildMatch(pattern.substr(0, pattern.size() - 2), name);
+}
+
+// std::filesystem::copy_file cannot overwrite under MinGW (every file looks like the same file
+// there), so the bytes are copied by hand.
+bool CopyHostFile(const fs::path& from, const fs::path& to) {
+    std::ifstream in(from, std::ios::binary);
+    std::ofstream out(to, std::ios::binary | std::ios::trunc);
+    if (!in || !out)
+        return false;
+    std::vector<char> buffer(1 << 16);
+    while (in) {
+        in.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+        out.write(buffer.data(), in.gcount());
+    }
+    out.close();
+    if (in.bad() || out.fail()) {
+        std::error_code ec;
+        fs::remove(to, ec);
+        return false;
+    }
+    return true;
+}
+
+class Input : public InputFile {
+public:
+    Input(const fs::path& host, std::uint64_t size) : in(host, std::ios::binary), size(size) {}
+    bool IsOpen() const { return in.is_open(); }
+
+    std::int64_t Read(void* buffer, std::size_t count) override {
+        in.read(static_cast<char*>(buffer), static_cast<std::streamsize>(count));
+        std::streamsize got = in.gcount();
+        if (in.bad())
+            return -1;
+        if (in.fail())
+            in.clear(); // end of file reached part-way
+        return got;
+    }
+    bool Seek(std::uint64_t offset) override {
+        in.clear();
+        in.seekg(static_cast<std::streamoff>(offset));
+        return !in.fail();
+    }
+    std::uint64_t Size() const override { return size; }
+
+private:
+    std::ifstream in;
+    std::uint64_t size;
+};
+
+} // namespace
+
+class ImageFileSystem::Output : public OutputFile {
+public:
+    Output(ImageFileSystem& owner, const fs::path& host, bool append) : owner(owner) {
+        std::error_code ec;
+        if (append && fs::exists(host, ec)) {
+            out.open(host, std::ios::binary | std::ios::in | std::ios::out);
+            out.seekp(0, std::ios::end);
+        } else {
+            out.open(host, std::ios::binary | std::ios::out | std::ios::trunc);
+        }
+    }
+    ~Output() override { Close(); }
+    bool IsOpen() const { return out.is_open(); }
+
+    bool Write(const void* data, std::size_t size) override {
+        if (closed)
+            return false;
+        std::size_t allowed = 0;
+        bool ok = owner.AllowWrite(size, &allowed);
+        if (allowed > 0)
+            out.write(static_cast<const char*>(data), static_cast<std::streamsize>(allowed));
+        return ok && !out.fail();
+    }
+    bool Seek(std::uint64_t offset) override {
+        if (closed)
+            return false;
+        out.seekp(static_cast<std::streamoff>(offset));
+        return !out.fail();
+    }
+    std::uint64_t Tell() const override {
+        if (closed)
+            return 0;
+        auto pos = const_cast<std::fstream&>(out).tellp();
+        return pos < 0 ? 0 : static_cast<std::uint64_t>(pos);
+    }
+    bool Close() override {
+        if (closed)
+            return closeResult;
+        closed = true;
+        out.close();
+        closeResult = !out.fail();
+        return closeResult;
+    }
+
+private:
+    ImageFileSystem& owner;
+    std::fstream out;
+    bool closed = false;
+    bool closeResult = false;
+};
+
+ImageFileSystem::ImageFileSystem(std::string hostRoot) : hostRoot(std::move(hostRoot)) {}
+
+ImageFileSystem::~ImageFileSystem() = default;
+
+void ImageFileSystem::AddMount(std::string_view windowsFolder, const std::string& hostFolder) {
+    WindowsPath wp;
+    if (!ParseWindowsPath(windowsFolder, &wp))
+        return;
+    Mount mount;
+    mount.parts.push_back(std::string(1, wp.drive) + ":");
+    for (const auto& part : wp.parts)
+        mount.parts.push_back(LowerAscii(part));
+    mount.host = HostPath(hostFolder);
+    mounts.push_back(std::move(mount));
+}
+
+bool ImageFileSystem::FindOnHost(const fs::path& folder, std::string_view name, std::string* actual) {
+    std::error_code ec;
+#ifndef _WIN32
+    // The name as given is the common case; a case-insensitive host would not tell its spelling.
+    fs::path exact = folder / HostPath(name);
+    if (fs::exists(fs::symlink_status(exact, ec))) {
+        actual->assign(name);
+        return true;
+    }
+#endif
+    fs::file_time_type stamp = fs::last_write_time(folder, ec);
+    if (ec)
+        return false;
+    std::string key = HostPathString(folder);
+    auto it = listings.find(key);
+    if (it == listings.end() || it->second.stamp != stamp) {
+        Listing listing;
+        listing.stamp = stamp;
+        for (fs::directory_iterator dir(folder, ec), end; !ec && dir != end; dir.increment(ec)) {
+            std::string entry = HostPathString(dir->path().filename());
+            listing.byLowerName.emplace(LowerAscii(entry), entry);
+        }
+        if (ec)
+            return false;
+        it = listings.insert_or_assign(key, std::move(listing)).first;
+    }
+    auto hit = it->second.byLowerName.find(LowerAscii(name));
+    if (hit == it->second.byLowerName.end())
+        return false;
+    *actual = hit->second;
+    return true;
+}
+
+void ImageFileSystem::Forget(const fs::path& folder) {
+    listings.erase(HostPathString(folder));
+}
+
+bool ImageFileSystem::Map(std::string_view windowsPath, bool forWrite, fs::path* host) {
+    WindowsPath wp;
+    if (!ParseWindowsPath(windowsPath, &wp))
+        return false;
+    const Mount* best = nullptr;
+    std::string drive = std::string(1, wp.drive) + ":";
+    for (const auto& mount : mounts) {
+        if (mount.parts.size() > wp.parts.size() + 1 || mount.parts[0] != drive)
+            continue;
+        bool match = true;
+        for (std::size_t i = 1; i < mount.parts.size() && match; ++i)
+            match = EqualsNoCase(mount.parts[i], wp.parts[i - 1]);
+        if (match && (best == nullptr || mount.parts.size() > best->parts.size()))
+            best = &mount;
+    }
+    fs::path current;
+    std::size_t first = 0;
+    std::error_code ec;
+    if (best != nullptr) {
+        current = best->host;
+        first = best->parts.size() - 1;
+    } else {
+        if (hostRoot.empty())
+            return false;
+        current = HostPath(hostRoot) / HostPath(std::string("drive_") + wp.drive);
+        if (!fs::is_directory(current, ec)) {
+            if (!forWrite || wp.drive != 'c' || !fs::create_directory(current, ec))
+                return false;
+        }
+    }
+    bool missing = false;
+    for (std::size_t i = first; i < wp.parts.size(); ++i) {
+        std::string actual;
+        if (!missing && FindOnHost(current, wp.parts[i], &actual)) {
+            current /= HostPath(actual);
+        } else {
+            missing = true;
+            current /= HostPath(wp.parts[i]);
+        }
+    }
+    *host = current;
+    return true;
+}
+
+bool ImageFileSystem::MapPath(std::string_view windowsPath, fs::path* host) {
+    return Map(windowsPath, false, host);
+}
+
+bool ImageFileSystem::Exists(std::string_view path) {
+    fs::path host;
+    std::error_code ec;
+    return Map(path, false, &host) && fs::exists(host, ec);
+}
+
+bool ImageFileSystem::IsDirectory(std::string_view path) {
+    fs::path host;
+    std::error_code ec;
+    return Map(path, false, &host) && fs::is_directory(host, ec);
+}
+
+bool ImageFileSystem::GetInfo(std::string_view path, FindData* info) {
+    fs::path host;
+    return Map(path, false, &host) && StatHost(host, info);
+}
+
+bool ImageFileSystem::FindFiles(std::string_view pattern, std::vector<FindData>* found) {
+    found->clear();
+    std::size_t slash = pattern.find_last_of("\\/");
+    if (slash == std::string_view::npos)
+        return false;
+    std::string_view name = pattern.substr(slash + 1);
+    std::string folder(pattern.substr(0, slash));
+    if (name.empty())
+        return false;
+    if (folder.size() == 2 && folder[1] == ':')
+        folder += '\\';
+    fs::path host;
+    std::error_code ec;
+    if (!Map(folder, false, &host) || !fs::is_directory(host, ec))
+        return false;
+    for (fs::directory_iterator dir(host, ec), end; !ec && dir != end; dir.increment(ec)) {
+        std::string entry = HostPathString(dir->path().filename());
+        FindData info;
+        if (MatchesPattern(name, entry) && StatHost(dir->path(), &info))
+            found->push_back(std::move(info));
+    }
+    std::sort(found->begin(), found->end(),
+              [](const FindData& a, const FindData& b) { return LowerAscii(a.name) < LowerAscii(b.name); });
+    return !found->empty();
+}
+
+std::unique_ptr<InputFile> ImageFileSystem::OpenRead(std::string_view path) {
+    fs::path host;
+    std::error_code ec;
+    if (!Map(path, false, &host) || !fs::is_regular_file(host, ec))
+        return nullptr;
+    auto size = fs::file_size(host, ec);
+    if (ec)
+        return nullptr;
+    auto file = std::make_unique<Input>(host, size);
+    if (!file->IsOpen())
+        return nullptr;
+    return file;
+}
+
+std::unique_ptr<OutputFile> ImageFileSystem::OpenWrite(std::string_view path, bool append) {
+    fs::path host;
+    std::error_code ec;
+    if (!Map(path, true, &host) || fs::is_directory(host, ec) || !fs::is_directory(host.parent_path(), ec))
+        return nullptr;
+    auto file = std::make_unique<Output>(*this, host, append);
+    Forget(host.parent_path());
+    if (!file->IsOpen())
+        return nullptr;
+    return file;
+}
+
+bool ImageFileSystem::CreateDirectory(std::string_view path) {
+    fs::path host;
+    std::error_code ec;
+    if (!Map(path, true, &host) || fs::exists(host, ec) || !fs::is_directory(host.parent_path(), ec))
+        return false;
+    bool created = fs::create_directory(host, ec);
+    Forget(host.parent_path());
+    return created && !ec;
+}
+
+bool ImageFileSystem::RemoveDirectory(std::string_view path) {
+    WindowsPath wp;
+    fs::path host;
+    std::error_code ec;
+    if (!ParseWindowsPath(path, &wp) || wp.parts.empty() || !Map(path, false, &host) ||
+        !fs::is_directory(host, ec))
+        return false;
+    for (const auto& mount : mounts) {
+        if (fs::equivalent(mount.host, host, ec))
+            return false; // a mount point is not ours to remove
+    }
+    if (!fs::is_empty(host, ec) || ec)
+        return false;
+    bool removed = fs::remove(host, ec);
+    Forget(host.parent_path());
+    return removed && !ec;
+}
+
+bool ImageFileSystem::DeleteFile(std::string_view path) {
+    fs::path host;
+    std::error_code ec;
+    if (!Map(path, false, &host) || fs::is_directory(host, ec) || !fs::exists(fs::symlink_status(host, ec)))
+        return false;
+    bool removed = fs::remove(host, ec);
+    Forget(host.parent_path());
+    return removed && !ec;
+}
+
+bool ImageFileSystem::CopyFile(std::string_view from, std::string_view to, bool failIfExists) {
+    fs::path source, target;
+    std::error_code ec;
+    if (!Map(from, false, &source) || !fs::is_regular_file(source, ec) || !Map(to, true, &target))
+        return false;
+    if (fs::exists(target, ec)) {
+        if (failIfExists || fs::is_directory(target, ec) || fs::equivalent(source, target, ec))
+            return false;
+    }
+    if (!fs::is_directory(target.parent_path(), ec))
+        return false;
+    auto size = fs::file_size(source, ec);
+    if (ec || !ReserveBytes(size))
+        return false;
+    bool copied = CopyHostFile(source, target);
+    Forget(target.parent_path());
+    if (!copied)
+        return false;
+    // CopyFile keeps the time of the last write.
+    auto time = fs::last_write_time(source, ec);
+    if (!ec)
+        fs::last_write_time(target, time, ec);
+    return true;
+}
+
+bool ImageFileSystem::MoveFile(std::string_view from, std::string_view to) {
+    WindowsPath wp;
+    fs::path source, target;
+    std::error_code ec;
+    if (!ParseWindowsPath(from, &wp) || wp.parts.empty() || !Map(from, false, &source) ||
+        !fs::exists(source, ec) || !ParseWindowsPath(to, &wp) || wp.parts.empty() || !Map(to, true, &target))
+        return false;
+    bool sourceIsFolder = fs::is_directory(source, ec);
+    if (fs::exists(target, ec)) {
+        if (fs::equivalent(source, target, ec)) {
+            // Only the spelling changes.
+            target = target.parent_path() / HostPath(wp.parts.back());
+        } else {
+            if (sourceIsFolder || fs::is_directory(target, ec))
+                return false;
+            if (!fs::remove(target, ec))
+                return false;
+        }
+    }
+    if (!fs::is_directory(target.parent_path(), ec))
+        return false;
+    fs::rename(source, target, ec);
+    if (ec) {
+        // Another host volume: copy, then delete the source.
+        ec.clear();
+        if (sourceIsFolder)
+            fs::copy(source, target, fs::copy_options::recursive, ec);
+        else
+            fs::copy_file(source, target, ec);
+        if (ec)
+            return false;
+        fs::remove_all(source, ec);
+    }
+    Forget(source.parent_path());
+    Forget(target.parent_path());
+    return true;
+}
+
+void ImageFileSystem::FailWriteCall(std::uint64_t k) {
+    failAt = k == 0 ? 0 : writeCalls + k;
+}
+
+void ImageFileSystem::SetDiskFullAfter(std::uint64_t bytes) {
+    spaceLeft = bytes;
+}
+
+void ImageFileSystem::ClearFaults() {
+    failAt = 0;
+    spaceLeft = std::numeric_limits<std::uint64_t>::max();
+}
+
+bool ImageFileSystem::AllowWrite(std::size_t size, std::size_t* allowed) {
+    ++writeCalls;
+    if (failAt != 0 && writeCalls == failAt) {
+        failAt = 0;
+        *allowed = 0;
+        return false;
+    }
+    if (size > spaceLeft) {
+        *allowed = static_cast<std::size_t>(spaceLeft);
+        spaceLeft = 0;
+        return false;
+    }
+    if (spaceLeft != std::numeric_limits<std::uint64_t>::max())
+        spaceLeft -= size;
+    *allowed = size;
+    return true;
+}
+
+bool ImageFileSystem::ReserveBytes(std::uint64_t size) {
+    if (size > spaceLeft)
+        return false;
+    if (spaceLeft != std::numeric_limits<std::uint64_t>::max())
+        spaceLeft -= size;
+    return true;
+}
+
+} // namespace vantrel

@@ -1,0 +1,242 @@
+#include "platform/win32/Win32Ports.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/win32/WindowsApi.h"
+
+namespace vantrel {
+
+namespace {
+
+// FILETIME counts 100 ns steps from 1601; the port speaks Unix seconds.
+std::int64_t UnixSeconds(const FILETIME& time) {
+    ULARGE_INTEGER value;
+    value.LowPart = time.dwLowDateTime;
+    value.HighPart = time.dwHighDateTime;
+    return (static_cast<std::int64_t>(value.QuadPart) - 116444736000000000LL) / 10000000LL;
+}
+
+std::uint64_t Size64(DWORD high, DWORD low) {
+    return (static_cast<std::uint64_t>(high) << 32) | low;
+}
+
+std::string LastComponent(std::string_view path) {
+    while (!path.empty() && (path.back() == '\\' || path.back() == '/'))
+        path.remove_suffix(1);
+    auto slash = path.find_last_of("\\/:");
+    return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
+bool SeekHandle(HANDLE file, std::uint64_t offset) {
+    LARGE_INTEGER distance;
+    distance.QuadPart = static_cast<LONGLONG>(offset);
+    return SetFilePointerEx(file, distance, nullptr, FILE_BEGIN) != 0;
+}
+
+// ReadFile and WriteFile take 32-bit counts; a large request goes in pieces.
+constexpr std::size_t kMaxPiece = 1u << 30;
+
+class Win32InputFile : public InputFile {
+public:
+    Win32InputFile(HANDLE file, std::uint64_t size) : file(file), size(size) {}
+    ~Win32InputFile() override { CloseHandle(file); }
+
+    std::int64_t Read(void* buffer, std::size_t count) override {
+        auto* out = static_cast<char*>(buffer);
+        std::size_t total = 0;
+        while (total < count) {
+            DWORD piece = static_cast<DWORD>(std::min(count - total, kMaxPiece));
+            DWORD got = 0;
+            if (!ReadFile(file, out + total, piece, &got, nullptr))
+                return -1;
+            if (got == 0)
+                break;
+            total += got;
+        }
+        return static_cast<std::int64_t>(total);
+    }
+
+    bool Seek(std::uint64_t offset) override { return SeekHandle(file, offset); }
+    std::uint64_t Size() const override { return size; }
+
+private:
+    HANDLE file;
+    std::uint64_t size;
+};
+
+// Archives write many small headers, so bytes are gathered and handed to WriteFile in
+// large pieces. A failed write of gathered bytes shows at the next Write, Seek or Close.
+class Win32OutputFile : public OutputFile {
+public:
+    Win32OutputFile(HANDLE file, std::uint64_t position) : file(file), position(position) {}
+    ~Win32OutputFile() override { Close(); }
+
+    bool Write(const void* data, std::size_t size) override {
+        if (file == INVALID_HANDLE_VALUE || failed)
+            return false;
+        if (pending.size() + size > kBufferSize && !Flush())
+            return false;
+        if (size >= kBufferSize)
+            return WriteDirect(static_cast<const char*>(data), size);
+        pending.append(static_cast<const char*>(data), size);
+        return true;
+    }
+
+    bool Seek(std::uint64_t offset) override {
+        if (file == INVALID_HANDLE_VALUE || !Flush() || !SeekHandle(file, offset))
+            return false;
+        position = offset;
+        return true;
+    }
+
+    std::uint64_t Tell() const override { return position + pending.size(); }
+
+    bool Close() override {
+        if (file == INVALID_HANDLE_VALUE)
+            return !failed;
+        bool ok = Flush();
+        ok = CloseHandle(file) != 0 && ok;
+        file = INVALID_HANDLE_VALUE;
+        failed = !ok;
+        return ok;
+    }
+
+private:
+    static constexpr std::size_t kBufferSize = 64 * 1024;
+
+    bool Flush() {
+        if (failed)
+            return false;
+        if (pending.empty())
+            return true;
+        bool ok = WriteDirect(pending.data(), pending.size());
+        pending.clear();
+        return ok;
+    }
+
+    bool WriteDirect(const char* data, std::size_t size) {
+        std::size_t total = 0;
+        while (total < size) {
+            DWORD piece = static_cast<DWORD>(std::min(size - total, kMaxPiece));
+            DWORD written = 0;
+            if (!WriteFile(file, data + total, piece, &written, nullptr) || written == 0) {
+                failed = true;
+                return false;
+            }
+            total += written;
+            position += written;
+        }
+        return true;
+    }
+
+    HANDLE file;
+    std::uint64_t position;
+    std::string pending;
+    bool failed = false;
+};
+
+} // namespace
+
+bool Win32FileSystem::Exists(std::string_view path) {
+    return GetFileAttributesA(std::string(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+bool Win32FileSystem::IsDirectory(std::string_view path) {
+    DWORD attributes = GetFileAttributesA(std::string(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool Win32FileSystem::GetInfo(std::string_view path, FindData* info) {
+    std::string p(path);
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExA(p.c_str(), GetFileExInfoStandard, &data))
+        return false;
+    info->attributes = data.dwFileAttributes;
+    info->size = Size64(data.nFileSizeHigh, data.nFileSizeLow);
+    info->lastWrite = UnixSeconds(data.ftLastWriteTime);
+    info->name = LastComponent(p);
+    // The name as stored may differ in case from the one asked for.
+    if (p.find_first_of("*?") == std::string::npos) {
+        WIN32_FIND_DATAA found;
+        HANDLE find = FindFirstFileA(p.c_str(), &found);
+        if (find != INVALID_HANDLE_VALUE) {
+            info->name = found.cFileName;
+            FindClose(find);
+        }
+    }
+    return true;
+}
+
+bool Win32FileSystem::FindFiles(std::string_view pattern, std::vector<FindData>* found) {
+    found->clear();
+    WIN32_FIND_DATAA data;
+    HANDLE find = FindFirstFileA(std::string(pattern).c_str(), &data);
+    if (find == INVALID_HANDLE_VALUE)
+        return false;
+    do {
+        if (std::strcmp(data.cFileName, ".") == 0 || std::strcmp(data.cFileName, "..") == 0)
+            continue;
+        FindData entry;
+        entry.name = data.cFileName;
+        entry.attributes = data.dwFileAttributes;
+        entry.size = Size64(data.nFileSizeHigh, data.nFileSizeLow);
+        entry.lastWrite = UnixSeconds(data.ftLastWriteTime);
+        found->push_back(std::move(entry));
+    } while (FindNextFileA(find, &data));
+    FindClose(find);
+    return !found->empty();
+}
+
+std::unique_ptr<InputFile> Win32FileSystem::OpenRead(std::string_view path) {
+    // Others may keep the file open for writing (logs, a driver in use): share generously.
+    HANDLE file = CreateFileA(std::string(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return nullptr;
+    LARGE_INTEGER size;
+    if (!GetFileSizeEx(file, &size)) {
+        CloseHandle(file);
+        return nullptr;
+    }
+    return std::make_unique<Win32InputFile>(file, static_cast<std::uint64_t>(size.QuadPart));
+}
+
+std::unique_ptr<OutputFile> Win32FileSystem::OpenWrite(std::string_view path, bool append) {
+    HANDLE file = CreateFileA(std::string(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                              append ? OPEN_ALWAYS : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return nullptr;
+    LARGE_INTEGER end{};
+    if (append) {
+        LARGE_INTEGER zero{};
+        if (!SetFilePointerEx(file, zero, &end, FILE_END)) {
+            CloseHandle(file);
+            return nullptr;
+        }
+    }
+    return std::make_unique<Win32OutputFile>(file, static_cast<std::uint64_t>(end.QuadPart));
+}
+
+bool Win32FileSystem::CreateDirectory(std::string_view path) {
+    return CreateDirectoryA(std::string(path).c_str(), nullptr) != 0;
+}
+
+bool Win32FileSystem::RemoveDirectory(std::string_view path) {
+    return RemoveDirectoryA(std::string(path).c_str()) != 0;
+}
+
+bool Win32FileSystem::DeleteFile(std::string_view path) {
+    return DeleteFileA(std::string(path).c_str()) != 0;
+}
+
+bool Win32FileSystem::CopyFile(std::string_view from, std::string_view to, bool failIfExists) {
+    return CopyFileA(std::string(from).c_str(), std::string(to).c_str(), failIfExists) != 0;
+}
+
+bool Win32FileSystem::MoveFile(std::string_view from, std::string_view to) {
+    return MoveFileExA(std::string(from).c_str(), std::string(to).c_str(),
+                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED) != 0;
+}
+
+} // namespace vantrel

@@ -1,0 +1,135 @@
+// System, clock, resources and platform ports on the running Windows.
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <ctime>
+
+#include "platform/win32/Win32Ports.h"
+#include "platform/win32/WindowsApi.h"
+
+namespace vantrel {
+namespace {
+
+std::string Lower(std::string text) {
+    for (char& c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+std::string LocaleText(LCTYPE what) {
+    char buffer[128] = {};
+    GetLocaleInfoA(LOCALE_USER_DEFAULT, what, buffer, sizeof buffer);
+    return buffer;
+}
+
+class Win32SystemPort : public ::testing::Test {
+protected:
+    Win32System system;
+    Win32FileSystem fs;
+};
+
+TEST_F(Win32SystemPort, VersionIsTheNtFamily) {
+    OsVersion version = system.GetVersion();
+    EXPECT_EQ(version.platform, kPlatformNt);
+    EXPECT_GE(version.major, 5);
+    EXPECT_GT(version.build, 0);
+    EXPECT_TRUE(version.productType == 1 || version.productType == 2 || version.productType == 3);
+    // Windows 10 and 11 share major 10; their builds start at 10240.
+    if (version.major == 10) {
+        EXPECT_GE(version.build, 10240);
+    }
+}
+
+TEST_F(Win32SystemPort, FoldersExistAndFitTogether) {
+    std::string windows = system.GetWindowsDirectory();
+    ASSERT_FALSE(windows.empty());
+    EXPECT_NE(windows.back(), '\\');
+    EXPECT_TRUE(fs.IsDirectory(windows + "\\inf"));
+
+    std::string systemDir = system.GetSystemDirectory();
+    EXPECT_EQ(Lower(systemDir).rfind(Lower(windows) + "\\", 0), 0u) << systemDir;
+    EXPECT_TRUE(fs.IsDirectory(systemDir));
+
+    std::string temp = system.GetTempPath();
+    ASSERT_FALSE(temp.empty());
+    EXPECT_EQ(temp.back(), '\\');
+    EXPECT_TRUE(fs.IsDirectory(temp));
+
+    std::string module = system.GetModuleFolder();
+    EXPECT_NE(module.back(), '\\');
+    char self[MAX_PATH];
+    GetModuleFileNameA(nullptr, self, MAX_PATH);
+    std::string selfName = self;
+    selfName = selfName.substr(selfName.find_last_of('\\') + 1);
+    EXPECT_TRUE(fs.Exists(module + "\\" + selfName)) << module;
+
+    std::string appData = system.GetSpecialFolder(kCsidlAppData);
+    EXPECT_TRUE(fs.IsDirectory(appData)) << appData;
+    EXPECT_FALSE(system.GetSpecialFolder(kCsidlPersonal).empty());
+    EXPECT_EQ(system.GetSpecialFolder(0x7F), "");
+}
+
+#ifdef _WIN64
+TEST_F(Win32SystemPort, SixtyFourBitProgramIsNeverRedirected) {
+    EXPECT_TRUE(system.Is64BitWindows());
+    EXPECT_FALSE(system.IsWow64Process());
+    EXPECT_FALSE(system.DisableFsRedirection());
+    system.RevertFsRedirection();
+    EXPECT_TRUE(fs.IsDirectory(system.GetSystemDirectory() + "\\drivers"));
+}
+#endif
+
+TEST_F(Win32SystemPort, FormatDateUsesTheLocaleNames) {
+    // 14 November 2026 is a Saturday, 1 January 2006 a Sunday: both week ends of the names.
+    EXPECT_EQ(system.FormatDate(2026, 11, 14, "dddd, MMMM dd, yyyy"),
+              LocaleText(LOCALE_SDAYNAME6) + ", " + LocaleText(LOCALE_SMONTHNAME11) + " 14, 2026");
+    EXPECT_EQ(system.FormatDate(2006, 1, 1, "dddd MMMM d"),
+              LocaleText(LOCALE_SDAYNAME7) + " " + LocaleText(LOCALE_SMONTHNAME1) + " 1");
+    EXPECT_EQ(system.FormatDate(2024, 2, 29, "yyyy-MM-dd"), "2024-02-29");
+    EXPECT_EQ(system.FormatDate(2024, 13, 1, "yyyy-MM-dd"), "");
+    EXPECT_EQ(system.FormatDate(2024, 0, 1, "yyyy-MM-dd"), "");
+}
+
+TEST(Win32ClockPort, AgreesWithTheRuntimeClock) {
+    Win32Clock clock;
+    LocalTime now = clock.Now();
+    std::time_t t = std::time(nullptr);
+    std::tm runtime = *std::localtime(&t);
+    auto minutes = [](int y, int mo, int d, int h, int mi) {
+        return (((static_cast<long long>(y) * 12 + mo) * 31 + d) * 24 + h) * 60 + mi;
+    };
+    long long ours = minutes(now.year, now.month, now.day, now.hour, now.minute);
+    long long theirs =
+        minutes(runtime.tm_year + 1900, runtime.tm_mon + 1, runtime.tm_mday, runtime.tm_hour, runtime.tm_min);
+    EXPECT_LE(std::llabs(ours - theirs), 1);
+    EXPECT_EQ(now.dayOfWeek, runtime.tm_wday);
+
+    std::uint64_t before = clock.TickMs();
+    Sleep(60);
+    std::uint64_t after = clock.TickMs();
+    EXPECT_GE(after - before, 40u);
+    EXPECT_LT(after - before, 10000u);
+}
+
+TEST(Win32ResourcesPort, MissingResourceIsFalse) {
+    Win32Resources resources;
+    std::string bytes = "untouched";
+    EXPECT_FALSE(resources.LoadCustom(kResDrvInstall32, &bytes));
+    EXPECT_FALSE(resources.LoadCustom(kResAutoSetupLauncher, &bytes));
+}
+
+TEST(Win32PlatformSet, HandsOutWorkingPorts) {
+    auto set = CreateWin32Platform();
+    ASSERT_TRUE(set);
+    Platform& ports = set->Ports();
+    EXPECT_EQ(&ports, &set->Ports());
+    RegHandle key = 0;
+    EXPECT_EQ(ports.registry.OpenKey(kHkeyCurrentUser, "Software", &key), kErrorSuccess);
+    ports.registry.CloseKey(key);
+    EXPECT_TRUE(ports.fs.IsDirectory(ports.system.GetWindowsDirectory()));
+    std::string error;
+    EXPECT_TRUE(set->Save(&error));
+}
+
+} // namespace
+} // namespace vantrel
