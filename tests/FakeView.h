@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -108,6 +109,16 @@ public:
             onPump();
     }
 
+    std::uintptr_t FindTopLevelWindow(const std::string& title) override {
+        auto it = topWindows.find(title);
+        return it == topWindows.end() ? 0 : it->second;
+    }
+    void PostClose(std::uintptr_t window) override {
+        closePosts.push_back(window);
+        if (onPostClose)
+            onPostClose(window);
+    }
+
     // Adds menu items in order, each captioned as given.
     void AddMenuItem(const std::string& name, const std::string& caption) {
         menu.push_back({name, caption, false});
@@ -122,7 +133,10 @@ public:
     std::map<std::string, int> comboSelection;
     std::map<std::string, int> tabs;
     int pumps = 0;
-    std::function<void()> onPump; // lets a test act "during" a long run, e.g. press Stop
+    std::function<void()> onPump;                     // lets a test act "during" a long run, e.g. press Stop
+    std::map<std::string, std::uintptr_t> topWindows; // other programs' windows by title
+    std::vector<std::uintptr_t> closePosts;
+    std::function<void(std::uintptr_t)> onPostClose; // e.g. the window goes away
 
 private:
     static std::string Key(std::string_view name) { return std::string(name); }

@@ -3,6 +3,7 @@
 // The Win32 window implements it; tests use a fake that records everything.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -70,6 +71,10 @@ public:
 
     // Lets pending window messages run between items of a long run.
     virtual void PumpMessages() = 0;
+
+    // Top-level windows of other programs (the help viewer): 0 when none has that title.
+    virtual std::uintptr_t FindTopLevelWindow(const std::string& title) = 0;
+    virtual void PostClose(std::uintptr_t window) = 0;
 };
 
 } // namespace vantrel

@@ -1,0 +1,27 @@
+// vantrel.exe: start-up and the main window's message loop.
+#include "GuiApi.h"
+
+#include "FrmMain.h"
+#include "app/App.h"
+#include "app/Startup.h"
+#include "platform/Platform.h"
+
+int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int showCommand) {
+    INITCOMMONCONTROLSEX controls{};
+    controls.dwSize = 8;
+    controls.dwICC = ICC_USEREX_CLASSES;
+    InitCommonControlsEx(&controls);
+    // Older common-control libraries register only what they are asked for.
+    controls.dwICC = ICC_LISTVIEW_CLASSES | ICC_TAB_CLASSES | ICC_PROGRESS_CLASS | ICC_STANDARD_CLASSES;
+    InitCommonControlsEx(&controls);
+
+    auto platform = vantrel::CreateWin32Platform();
+    vantrel::App app(platform->Ports());
+    vantrel::RunStartup(app);
+
+    vantrel::FrmMain frmMain(app);
+    if (!frmMain.Create())
+        return 1;
+    frmMain.Show(showCommand);
+    return frmMain.RunMessageLoop();
+}

@@ -1,0 +1,83 @@
+#!/usr/bin/env bash
+# Starts the real vantrel.exe under Wine on a virtual screen, waits for its main window,
+# titled from the language file, and saves a picture of the screen.
+#   screenshot.sh [--mark | --in-place] [--language NAME] EXE OUTDIR
+# --mark     the program runs from a copy whose language file gets a caption of its own, so
+#            that finding the window proves the title came from the file
+# --in-place the program runs where it lies (otherwise from a copy with its data files)
+# --language the language the program starts in (default English)
+set -uo pipefail
+# shellcheck source=xvfb.sh
+source "$(dirname "$0")/xvfb.sh"
+
+mark=0
+inPlace=0
+language=English
+while [ $# -gt 2 ]; do
+    case "$1" in
+    --mark) mark=1 ;;
+    --in-place) inPlace=1 ;;
+    --language) language=$2; shift ;;
+    *) echo "screenshot: unknown option $1" >&2; exit 2 ;;
+    esac
+    shift
+done
+exe=$1
+outdir=$2
+: "${WINEPREFIX:?screenshot: set WINEPREFIX}"
+
+source_dir=$(cd "$(dirname "$exe")" && pwd)
+copy=""
+cleanup() {
+    [ -n "${program:-}" ] && kill "$program" 2>/dev/null
+    stop_wineserver
+    stop_display
+    [ -n "$copy" ] && rm -rf "$copy"
+}
+trap cleanup EXIT
+if [ $inPlace -eq 1 ]; then
+    folder=$source_dir
+else
+    # The program and its data files, in a folder of their own.
+    copy=$(mktemp -d)
+    folder=$copy
+    cp "$exe" "$folder/vantrel.exe"
+    cp -r "$source_dir/Language" "$folder/"
+    for file in "$source_dir"/*.ico "$source_dir"/*.dat "$source_dir"/*.txt; do
+        [ -e "$file" ] && cp "$file" "$folder/"
+    done
+fi
+ini="$folder/Language/$language.ini"
+if [ ! -f "$ini" ]; then
+    echo "screenshot: no language file $ini" >&2
+    exit 1
+fi
+if [ $mark -eq 1 ] && [ $inPlace -eq 0 ]; then
+    sed -i 's/^Caption=\(.*\)$/Caption=\1 (screen test)/' "$ini"
+fi
+title=$(sed -n 's/^Caption=\(.*\)$/\1/p' "$ini" | head -n1 | tr -d '\r')
+
+# Always a screen of its own, so that nothing else is in the picture.
+start_display || exit 1
+stop_wineserver
+mkdir -p "$WINEPREFIX"
+"$WINE" reg add 'HKCU\Software\Vantrel' /v Language /t REG_SZ /d "$language" /f >/dev/null 2>&1
+# Without a window manager Wine draws the title bars itself.
+"$WINE" reg add 'HKCU\Software\Wine\X11 Driver' /v Decorated /t REG_SZ /d N /f >/dev/null 2>&1
+
+(cd "$folder" && exec "$WINE" vantrel.exe) >/dev/null 2>&1 &
+program=$!
+for _ in $(seq 120); do
+    [ -n "$(find_window "$title")" ] && break
+    kill -0 "$program" 2>/dev/null || break # it ended without a window
+    sleep 0.5
+done
+if [ -z "$(find_window "$title")" ]; then
+    echo "screenshot: no window titled \"$title\" appeared" >&2
+    exit 1
+fi
+sleep 2 # let it paint
+mkdir -p "$outdir"
+picture="$outdir/vantrel-$language.png"
+import -window root "$picture"
+echo "screenshot: $picture"
