@@ -45,5 +45,7 @@ private:
 };
 
 int RunInfo(CliArgs& args);
+int RunList(CliArgs& args);
+int RunShow(CliArgs& args);
 
 } // namespace vantrel

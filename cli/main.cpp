@@ -11,7 +11,11 @@ namespace {
 void Usage(std::FILE* out) {
     std::fputs("usage: vantrel <command> [options]\n"
                "commands:\n"
-               "  info [--image DIR]    Windows version, folders, settings and language file\n",
+               "  info [--image DIR]    Windows version, folders, settings and language file\n"
+               "  list [--all] [--image DIR] [--csv]\n"
+               "                        the drivers the Backup tab lists (Non-Microsoft ones unless --all)\n"
+               "  show \"<description>\" [--image DIR]\n"
+               "                        the details of one listed driver\n",
                out);
 }
 
@@ -26,6 +30,10 @@ int main(int argc, char** argv) {
     vantrel::CliArgs args(std::vector<std::string>(argv + 2, argv + argc));
     if (command == "info")
         return vantrel::RunInfo(args);
+    if (command == "list")
+        return vantrel::RunList(args);
+    if (command == "show")
+        return vantrel::RunShow(args);
     if (command == "help" || command == "--help" || command == "-h") {
         Usage(stdout);
         return 0;

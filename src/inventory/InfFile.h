@@ -1,0 +1,76 @@
+// An INF file read as text: the line reader's view (sections found by their cleaned header
+// line) and the profile reader's view of section [Version].
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace vantrel {
+
+class System;
+
+// Drops the characters that are not printable text (tab, CR, NUL and the other controls).
+std::string CleanInfLine(std::string_view line);
+// The line up to its first ";".
+std::string_view StripInfComment(std::string_view line);
+// Replaces every occurrence of character in text by one blank.
+std::string ReplaceWithBlank(std::string_view text, char character);
+
+// The bytes of an INF as text in the program's code page: a UTF-16LE or UTF-8 file with a
+// byte-order mark is converted, anything else is taken as it is.
+std::string DecodeInfBytes(std::string bytes, System& system);
+
+class InfText {
+public:
+    explicit InfText(std::string text);
+
+    // The lines after the first line that, comment-stripped, cleaned and lower-cased, equals
+    // header (lower-case, brackets included), up to the next line whose first character is
+    // "[". Empty when no line matches. Lines keep their text as it stands (no CR or LF).
+    std::vector<std::string_view> SectionLines(std::string_view header) const;
+    bool HasSection(std::string_view header) const;
+
+    // What GetPrivateProfileStringA returns for a key of section [Version]: the first
+    // section of that name, the first key of that name in it, trimmed, one pair of matching
+    // quotes removed, at most bufferChars - 1 characters; "" when missing.
+    std::string VersionValue(std::string_view key, std::uint32_t bufferChars) const;
+
+    // The first line whose cleaned text starts with "signature" (any case), cleaned; "" when none.
+    std::string SignatureLine() const;
+
+    std::size_t Size() const { return text.size(); }
+
+private:
+    struct VersionEntry {
+        std::string key; // lower-cased
+        std::string value;
+    };
+    const std::vector<VersionEntry>& VersionEntries() const;
+
+    // A line whose first character other than blanks and controls is "[".
+    struct Header {
+        std::size_t lineStart;
+        std::size_t bracket; // offset of the "["
+        std::size_t lineEnd; // offset of the line break (or the end of the text)
+    };
+    std::string_view LineAt(std::size_t start, std::size_t end) const {
+        return std::string_view(text).substr(start, end - start);
+    }
+    std::size_t BodyEnd(std::size_t headerIndex, bool profileRules) const;
+
+    std::string text;
+    std::vector<Header> headers;
+    std::unordered_map<std::string, std::size_t> byHeaderLine; // cleaned header line -> first header
+    mutable std::vector<VersionEntry> version;                 // section [Version], read on first use
+    mutable bool versionRead = false;
+};
+
+// Splits a block of text into lines at CR, LF or CR LF.
+std::vector<std::string_view> SplitInfLines(std::string_view block);
+
+} // namespace vantrel

@@ -1,0 +1,311 @@
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "InventoryFixture.h"
+#include "inventory/DriverFiles.h"
+#include "inventory/Enumeration.h"
+#include "inventory/InfFile.h"
+
+namespace vantrel {
+namespace {
+
+using test::InventoryMachine;
+
+const char kAcmeInf[] = "; Acme network driver\r\n"
+                        "[Version]\r\n"
+                        "Signature   = \"$Windows NT$\"\r\n"
+                        "CatalogFile = acme.cat ; the catalog\r\n"
+                        "CatalogFile.nt = acme_nt.cat\r\n"
+                        "CatalogFile.NTamd64 = acme64.cat\r\n"
+                        "DriverVer   = 06/21/2006,1.0.0.1\r\n"
+                        "\r\n"
+                        "[DestinationDirs]\r\n"
+                        "DefaultDestDir = 12\r\n"
+                        "Drv.Copy = 12\r\n"
+                        "\r\n"
+                        "[DRV_Install]\r\n"
+                        "AddReg = Drv.Reg\r\n"
+                        "CopyFiles = Drv.Copy, Drv.Copy2 ; two lists\r\n"
+                        "CopyFiles=@single.sys\r\n"
+                        "\r\n"
+                        "[Drv.Copy]\r\n"
+                        "mydrv.sys,,,2\r\n"
+                        "dest.dll,source.dl_\r\n"
+                        "plain.sys ; a comment\r\n"
+                        "    ; only a comment\r\n"
+                        "\r\n"
+                        "[drv.copy2]\r\n"
+                        "\tother.sys\r\n"
+                        "[Drv.Reg]\r\n"
+                        "HKR,,Foo,,bar.sys\r\n"
+                        "\r\n"
+                        "[DRV_Install.CoInstallers]\r\n"
+                        "CopyFiles = Co.Copy\r\n"
+                        "\r\n"
+                        "[Co.Copy]\r\n"
+                        "coinst.dll\r\n";
+
+struct Entry {
+    std::string name, source;
+    bool operator==(const Entry&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const Entry& e) {
+    return out << e.name << "<" << e.source << ">";
+}
+
+std::vector<Entry> Entries(const DriverFileList& files) {
+    std::vector<Entry> out;
+    for (int i = 1; i <= files.count; ++i)
+        out.push_back({files.names[i], files.sourceNames[i]});
+    return out;
+}
+
+// One record for infPath/infSection, made by the walk as the program makes it.
+int AddRecord(InventoryMachine& m, const std::string& infPath, const std::string& section = "drv_install") {
+    m.Driver("ROOT\\TEST\\0000", "0000",
+             {{"DriverDesc", "Test"}, {"InfPath", infPath}, {"InfSection", section}});
+    RefreshDriverList(m.inventory);
+    EXPECT_EQ(m.inventory.drivers.Count(), 1);
+    return 1;
+}
+
+const std::vector<Entry> kAcmeFiles = {
+    {"oem1.inf", ""},  {"acme.cat", ""},  {"acme64.cat", ""}, {"mydrv.sys", ""},  {"dest.dll", "source.dl_"},
+    {"plain.sys", ""}, {"other.sys", ""}, {"single.sys", ""}, {"coinst.dll", ""},
+};
+
+TEST(InventoryFileList, ReadsCatalogsCopyFilesAndCoInstallers) {
+    InventoryMachine m;
+    m.Inf("oem1.inf", kAcmeInf);
+    int record = AddRecord(m, "oem1.inf");
+    BuildDriverFileList(m.inventory, record);
+    EXPECT_EQ(m.inventory.files.currentInfPath, "C:\\WINDOWS\\inf\\oem1.inf");
+    EXPECT_EQ(Entries(m.inventory.files), kAcmeFiles);
+}
+
+TEST(InventoryFileList, NinetyEightReadsNoDecoratedCatalog) {
+    InventoryMachine m(test::Windows(4, 10));
+    m.Inf("oem1.inf", kAcmeInf);
+    m.Set("System\\CurrentControlSet\\Services\\Class\\Net\\0000", "InfPath", "oem1.inf");
+    m.Set("System\\CurrentControlSet\\Services\\Class\\Net\\0000", "InfSection", "DRV_INSTALL");
+    RefreshDriverList(m.inventory);
+    ASSERT_EQ(m.inventory.drivers.Count(), 1);
+    BuildDriverFileList(m.inventory, 1);
+    std::vector<Entry> expected = kAcmeFiles;
+    expected.erase(expected.begin() + 2);
+    EXPECT_EQ(Entries(m.inventory.files), expected);
+}
+
+TEST(InventoryFileList, Utf16InfGivesTheSameList) {
+    InventoryMachine m;
+    m.Inf("oem1.inf", test::Utf16WithBom(kAcmeInf));
+    int record = AddRecord(m, "oem1.inf");
+    BuildDriverFileList(m.inventory, record);
+    EXPECT_EQ(Entries(m.inventory.files), kAcmeFiles);
+    EXPECT_EQ(GetSupportedOs(m.inventory, record), "Windows 2000, Windows XP, Windows 2003");
+}
+
+TEST(InventoryFileList, WhereTheInfIsFound) {
+    InventoryMachine m;
+    m.Inf("both.inf", "[Version]\nCatalogFile=from-inf.cat\n");
+    m.File("inf\\other\\both.inf", "[Version]\nCatalogFile=from-other.cat\n");
+    m.File("inf\\other\\other.inf", "[Version]\nCatalogFile=other.cat\n");
+    m.File("drivers\\Own.INF", "[Version]\nCatalogFile=own.cat\n");
+    m.File("inf\\folder.inf\\x", "a folder named like an INF");
+    struct Case {
+        const char* infPath;
+        const char* found;
+        std::vector<Entry> entries;
+    } cases[] = {
+        {"both.inf", "C:\\WINDOWS\\inf\\both.inf", {{"both.inf", ""}, {"from-inf.cat", ""}}},
+        {"OTHER.INF", "C:\\WINDOWS\\inf\\other\\OTHER.INF", {{"OTHER.INF", ""}, {"other.cat", ""}}},
+        {"C:\\Windows\\drivers\\own.inf",
+         "C:\\Windows\\drivers\\own.inf",
+         {{"own.inf", ""}, {"own.cat", ""}}},
+        {"missing.inf", "", {{"missing.inf", ""}}},
+        {"folder.inf", "", {{"folder.inf", ""}}},
+        {"", "", {{"", ""}}},
+    };
+    for (const auto& c : cases) {
+        InventoryMachine& mm = m;
+        mm.Driver("ROOT\\TEST\\0000", "0000", {{"DriverDesc", "Test"}, {"InfPath", c.infPath}});
+        RefreshDriverList(mm.inventory);
+        ASSERT_EQ(mm.inventory.drivers.Count(), 1);
+        EXPECT_EQ(FindInfFile(mm.inventory, mm.inventory.drivers[1].infPath.Raw()), *c.found != 0)
+            << c.infPath;
+        BuildDriverFileList(mm.inventory, 1);
+        EXPECT_EQ(mm.inventory.files.currentInfPath, c.found) << c.infPath;
+        EXPECT_EQ(Entries(mm.inventory.files), c.entries) << c.infPath;
+    }
+}
+
+TEST(InventoryFileList, SectionsEndAtTheNextHeaderAndMissingOnesAddNothing) {
+    InventoryMachine m;
+    m.Inf("oem1.inf", "[Install]\n"
+                      "CopyFiles=List1,Nowhere,,@,@ direct.sys \n"
+                      "[Other]\n"
+                      "CopyFiles=List2\n"
+                      "[List1]\n"
+                      "a.sys\n"
+                      " [NotAHeader]\n"
+                      "b.sys\n"
+                      "[List2]\n"
+                      "c.sys\n");
+    int record = AddRecord(m, "oem1.inf", "Install");
+    BuildDriverFileList(m.inventory, record);
+    // " [NotAHeader]" does not start with "[", so it is read as a file name like any other.
+    EXPECT_EQ(Entries(m.inventory.files),
+              (std::vector<Entry>{
+                  {"oem1.inf", ""}, {"a.sys", ""}, {"[NotAHeader]", ""}, {"b.sys", ""}, {"direct.sys", ""}}));
+}
+
+TEST(InventoryFileList, BadInfFilesLeaveTheRunGoing) {
+    std::mt19937 random(11);
+    std::string binary(64 * 1024, '\0');
+    for (auto& c : binary)
+        c = static_cast<char>(random());
+    binary.replace(100, 12, "\n[install]\n");
+    std::string hugeLine =
+        "[Install]\nCopyFiles=L\n[L]\n" + std::string(100 * 1024, 'x') + ".sys\nafter.sys\n";
+    struct Case {
+        const char* name;
+        std::string bytes;
+        int minimum; // entries at least
+    } cases[] = {
+        {"binary", binary, 1},
+        {"huge line", hugeLine, 3},
+        {"open header", "[Install\nCopyFiles=L\n[L\nx.sys\n[L]\ny.sys\n", 1},
+        {"odd utf16", std::string("\xFF\xFE[\0I", 5), 1},
+        {"empty", "", 1},
+        {"only brackets", std::string(50000, '['), 1},
+        {"self reference", "[Install]\nCopyFiles=Install\nx.sys\n", 1},
+    };
+    for (const auto& c : cases) {
+        InventoryMachine m;
+        m.Inf("bad.inf", c.bytes);
+        int record = AddRecord(m, "bad.inf", "install");
+        BuildDriverFileList(m.inventory, record);
+        EXPECT_GE(m.inventory.files.count, c.minimum) << c.name;
+        EXPECT_EQ(m.inventory.files.names[1], "bad.inf") << c.name;
+        GetSupportedOs(m.inventory, record);
+    }
+    InventoryMachine m;
+    m.Inf("bad.inf", hugeLine);
+    BuildDriverFileList(m.inventory, AddRecord(m, "bad.inf", "install"));
+    EXPECT_EQ(m.inventory.files.names.back(), "after.sys");
+    EXPECT_EQ(m.inventory.files.names[2].size(), 100 * 1024 + 4u);
+}
+
+TEST(InventoryFileList, SupportedSystemsFromTheSignature) {
+    struct Case {
+        int major, minor;
+        const char* signature;
+        const char* expected;
+    } cases[] = {
+        {6, 1, "Signature=\"$Windows NT$\"", "Windows Vista"},
+        {6, 3, "signature = $WINDOWS NT$ ; comment", "Windows Vista"},
+        {10, 0, "Signature=\"$Windows NT$\"", "Windows 2000, Windows XP, Windows 2003"},
+        {5, 1, "Signature=$Windows NT$", "Windows 2000, Windows XP, Windows 2003"},
+        {10, 0, "Signature=\"$CHICAGO$\"", "All Windows Operating Systems"},
+        {4, 10, "Signature=$Windows 95$", "Windows 9x/Me"},
+        {10, 0, "Signature=$Something$", ""},
+        {10, 0, "Signature=Windows NT", ""},
+        {10, 0, "; no signature", ""},
+    };
+    for (const auto& c : cases) {
+        InventoryMachine m(test::Windows(c.major, c.minor));
+        m.Inf("sig.inf", std::string("[Version]\n") + c.signature + "\nClass=Net\n");
+        if (c.major == 4) {
+            m.Set("System\\CurrentControlSet\\Services\\Class\\Net\\0000", "InfPath", "sig.inf");
+            RefreshDriverList(m.inventory);
+        } else {
+            AddRecord(m, "sig.inf");
+        }
+        ASSERT_EQ(m.inventory.drivers.Count(), 1);
+        EXPECT_EQ(GetSupportedOs(m.inventory, 1), c.expected) << c.signature << " on " << c.major;
+    }
+}
+
+TEST(InventoryFileList, EachInfIsReadOncePerRun) {
+    InventoryMachine m;
+    m.Inf("oem1.inf", kAcmeInf);
+    m.Driver("ROOT\\A\\0000", "0000",
+             {{"DriverDesc", "A"}, {"InfPath", "oem1.inf"}, {"InfSection", "drv_install"}});
+    m.Driver("ROOT\\B\\0000", "0001",
+             {{"DriverDesc", "B"}, {"InfPath", "oem1.inf"}, {"InfSection", "other"}});
+    RefreshDriverList(m.inventory);
+    std::size_t before = m.inventory.InfReads();
+    {
+        InventoryRun run(m.inventory);
+        BuildDriverFileList(m.inventory, 1);
+        EXPECT_EQ(m.inventory.files.count, 9);
+        BuildDriverFileList(m.inventory, 2);
+        EXPECT_EQ(m.inventory.files.count, 3);
+        GetSupportedOs(m.inventory, 2);
+    }
+    EXPECT_EQ(m.inventory.InfReads() - before, 1u);
+    // Outside a run a build still reads its INF once, not once per section.
+    BuildDriverFileList(m.inventory, 1);
+    EXPECT_EQ(m.inventory.InfReads() - before, 2u);
+    // A new run sees a changed file.
+    m.Inf("oem1.inf", "[Version]\n");
+    InventoryRun run(m.inventory);
+    BuildDriverFileList(m.inventory, 1);
+    EXPECT_EQ(m.inventory.files.count, 1);
+}
+
+TEST(InventoryInfText, VersionKeysReadAsTheProfileReaderDoes) {
+    InfText inf("[Strings]\nDriverVer=wrong\n"
+                "  [ VERSION ]  \n"
+                "Provider = \"Acme Inc\"  \n"
+                "; DriverVer=commented\n"
+                "CatalogFile='q.cat'\n"
+                "Class=\"Net\n"
+                "Long=0123456789\n"
+                "provider=second\n"
+                "[Version]\n"
+                "DriverVer=second section\n");
+    EXPECT_EQ(inf.VersionValue("provider", 512), "Acme Inc");
+    EXPECT_EQ(inf.VersionValue("CatalogFile", 512), "q.cat");
+    EXPECT_EQ(inf.VersionValue("Class", 512), "\"Net");
+    EXPECT_EQ(inf.VersionValue("Long", 5), "0123");
+    // Only the first section of a name is read.
+    EXPECT_EQ(inf.VersionValue("DriverVer", 512), "");
+}
+
+TEST(InventoryInfText, LineHelpers) {
+    EXPECT_EQ(CleanInfLine(std::string_view("\tfile.sys\r\0x", 12)), "file.sysx");
+    EXPECT_EQ(StripInfComment("a.sys ; b ; c"), "a.sys ");
+    EXPECT_EQ(ReplaceWithBlank("Net: a/b:c", ':'), "Net  a/b c");
+    EXPECT_EQ(SplitInfLines("a\r\nb\rc\n\nd"), (std::vector<std::string_view>{"a", "b", "c", "", "d"}));
+}
+
+TEST(InventoryFileFinder, FindsDepthFirstAndListsEachTreeOnce) {
+    InventoryMachine m;
+    m.File("a\\deep\\target.sys", "first in a depth-first walk");
+    m.File("b\\target.sys", "later");
+    m.File("b\\only.dll", "x");
+    m.File("z.sys", "top");
+    FileFinder finder(m.machine.Ports().fs);
+    EXPECT_EQ(finder.FindFileRecursive("C:\\WINDOWS", "TARGET.SYS"), "C:\\WINDOWS\\a\\deep\\target.sys");
+    std::size_t listed = finder.FoldersListed();
+    EXPECT_EQ(finder.FindFileRecursive("C:\\WINDOWS\\", "only.dll"), "C:\\WINDOWS\\b\\only.dll");
+    EXPECT_EQ(finder.FindFileRecursive("C:\\WINDOWS", "z.sys"), "C:\\WINDOWS\\z.sys");
+    EXPECT_EQ(finder.FindFileRecursive("C:\\WINDOWS", "none.sys"), "");
+    EXPECT_EQ(finder.FoldersListed(), listed);
+    EXPECT_EQ(finder.FindFileRecursive("C:\\WINDOWS\\b", "target.sys"), "C:\\WINDOWS\\b\\target.sys");
+    EXPECT_EQ(finder.FoundCount(), 4);
+}
+
+TEST(InventoryFileFinder, StopsAfter65535Finds) {
+    InventoryMachine m;
+    m.File("x.sys", "x");
+    FileFinder finder(m.machine.Ports().fs);
+    for (int i = 0; i < FileFinder::kMaxFound; ++i)
+        ASSERT_FALSE(finder.FindFileRecursive("C:\\WINDOWS", "x.sys").empty());
+    EXPECT_EQ(finder.FindFileRecursive("C:\\WINDOWS", "x.sys"), "");
+}
+
+} // namespace
+} // namespace vantrel
