@@ -4,6 +4,8 @@
 #include "FrmMain.h"
 #include "app/App.h"
 #include "app/Startup.h"
+#include "inventory/BackupListPage.h"
+#include "inventory/Inventory.h"
 #include "platform/Platform.h"
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int showCommand) {
@@ -20,6 +22,9 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int showCommand) {
     vantrel::RunStartup(app);
 
     vantrel::FrmMain frmMain(app);
+    vantrel::Inventory inventory(platform->Ports());
+    vantrel::BackupListPage backupList(app, frmMain, frmMain.Page(), inventory);
+    frmMain.Page().AddPart(backupList);
     if (!frmMain.Create())
         return 1;
     frmMain.Show(showCommand);
