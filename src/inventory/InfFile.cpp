@@ -43,43 +43,47 @@ std::size_t LineEnd(std::string_view text, std::size_t pos) {
     return cr ? static_cast<std::size_t>(static_cast<const char*>(cr) - base) : end;
 }
 
-void AppendUtf8(std::string& out, std::uint32_t cp) {
+// Writes cp as UTF-8 at out and returns the position after it.
+char* PutUtf8(char* out, std::uint32_t cp) {
     if (cp < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
+        *out++ = static_cast<char>(0xC0 | (cp >> 6));
     } else if (cp < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+        *out++ = static_cast<char>(0xE0 | (cp >> 12));
+        *out++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
     } else {
-        out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+        *out++ = static_cast<char>(0xF0 | (cp >> 18));
+        *out++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        *out++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
     }
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    *out++ = static_cast<char>(0x80 | (cp & 0x3F));
+    return out;
 }
 
 // UTF-16LE to UTF-8; INF text is nearly all ASCII, which takes the short way. A lone
-// surrogate becomes U+FFFD and an odd last byte is dropped.
+// surrogate becomes U+FFFD and an odd last byte is dropped. Written through a pointer into
+// a buffer sized for the worst case (3 bytes per unit): large INFs are decoded every run.
 std::string Utf16ToUtf8(std::string_view bytes) {
-    std::string out;
-    out.reserve(bytes.size() / 2 + 16);
     const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
     std::size_t units = bytes.size() / 2;
+    std::string out(units * 3, '\0');
+    char* o = out.data();
     for (std::size_t k = 0; k < units; ++k) {
         std::uint32_t u = p[2 * k] | (static_cast<std::uint32_t>(p[2 * k + 1]) << 8);
         if (u < 0x80) {
-            out.push_back(static_cast<char>(u));
+            *o++ = static_cast<char>(u);
             continue;
         }
         if (u >= 0xD800 && u <= 0xDBFF && k + 1 < units) {
             std::uint32_t low = p[2 * k + 2] | (static_cast<std::uint32_t>(p[2 * k + 3]) << 8);
             if (low >= 0xDC00 && low <= 0xDFFF) {
-                AppendUtf8(out, 0x10000 + ((u - 0xD800) << 10) + (low - 0xDC00));
+                o = PutUtf8(o, 0x10000 + ((u - 0xD800) << 10) + (low - 0xDC00));
                 ++k;
                 continue;
             }
         }
-        AppendUtf8(out, u >= 0xD800 && u <= 0xDFFF ? 0xFFFD : u);
+        o = PutUtf8(o, u >= 0xD800 && u <= 0xDFFF ? 0xFFFD : u);
     }
+    out.resize(static_cast<std::size_t>(o - out.data()));
     return out;
 }
 

@@ -221,6 +221,7 @@ void ImageFileSystem::AddMount(std::string_view windowsFolder, const std::string
         mount.parts.push_back(LowerAscii(part));
     mount.host = HostPath(hostFolder);
     mounts.push_back(std::move(mount));
+    folders.clear();
 }
 
 bool ImageFileSystem::FindOnHost(const fs::path& folder, std::string_view name, std::string* actual) {
@@ -258,6 +259,7 @@ bool ImageFileSystem::FindOnHost(const fs::path& folder, std::string_view name, 
 
 void ImageFileSystem::Forget(const fs::path& folder) {
     listings.erase(HostPathString(folder));
+    folders.clear();
 }
 
 bool ImageFileSystem::Map(std::string_view windowsPath, bool forWrite, fs::path* host) {
@@ -290,11 +292,30 @@ bool ImageFileSystem::Map(std::string_view windowsPath, bool forWrite, fs::path*
                 return false;
         }
     }
+    // The longest folder of the path resolved before, then the rest one part at a time.
+    std::string key = drive;
+    std::size_t cachedParts = first;
+    std::vector<std::string> keys;
+    for (std::size_t i = 0; i + 1 < wp.parts.size(); ++i) {
+        key += '\\';
+        key += LowerAscii(wp.parts[i]);
+        keys.push_back(key);
+    }
+    for (std::size_t i = keys.size(); i > first; --i) {
+        auto hit = folders.find(keys[i - 1]);
+        if (hit != folders.end()) {
+            current = hit->second;
+            cachedParts = i;
+            break;
+        }
+    }
     bool missing = false;
-    for (std::size_t i = first; i < wp.parts.size(); ++i) {
+    for (std::size_t i = cachedParts; i < wp.parts.size(); ++i) {
         std::string actual;
         if (!missing && FindOnHost(current, wp.parts[i], &actual)) {
             current /= HostPath(actual);
+            if (i + 1 < wp.parts.size())
+                folders.emplace(keys[i], current);
         } else {
             missing = true;
             current /= HostPath(wp.parts[i]);

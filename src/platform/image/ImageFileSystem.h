@@ -72,6 +72,10 @@ private:
     std::string hostRoot;
     std::vector<Mount> mounts;
     std::unordered_map<std::string, Listing> listings; // by host folder
+    // Folders already resolved: lower-cased Windows folder -> host folder. Any change to the
+    // tree through this port drops it all; a walk over thousands of files in a few folders
+    // then resolves each folder once.
+    std::unordered_map<std::string, std::filesystem::path> folders;
 
     std::uint64_t writeCalls = 0;
     std::uint64_t failAt = 0; // write call number that fails; 0 none
