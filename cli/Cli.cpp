@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "app/Startup.h"
+#include "inventory/Enumeration.h"
 #include "platform/image/MachineImage.h"
 
 namespace vantrel {
@@ -96,6 +98,21 @@ bool ConsoleDialogs::BrowseForFolder(const std::string&, std::string*) {
 
 bool ConsoleDialogs::OpenFile(const std::string&, const std::string&, std::string*) {
     return false;
+}
+
+bool OpenInventory(const char* command, const std::string& imageDir, Machine* machine) {
+    std::string error;
+    machine->set = OpenMachine(imageDir, &error);
+    if (!machine->set) {
+        std::fprintf(stderr, "vantrel %s: %s\n", command, error.c_str());
+        return false;
+    }
+    machine->app = std::make_unique<App>(machine->set->Ports());
+    // Start-up sets the program folder and the language file; on an image nothing is saved.
+    RunStartup(*machine->app);
+    machine->inventory = std::make_unique<Inventory>(machine->set->Ports());
+    RefreshDriverList(*machine->inventory);
+    return true;
 }
 
 } // namespace vantrel

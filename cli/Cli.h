@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "app/App.h"
 #include "app/Dialogs.h"
+#include "inventory/Inventory.h"
 #include "platform/Platform.h"
 
 namespace vantrel {
@@ -44,8 +46,18 @@ private:
     bool answerYes;
 };
 
+// A machine with the program started on it and its drivers read.
+struct Machine {
+    std::unique_ptr<PlatformSet> set;
+    std::unique_ptr<App> app;
+    std::unique_ptr<Inventory> inventory;
+};
+// False (with a message on stderr naming the command) when the machine cannot be opened.
+bool OpenInventory(const char* command, const std::string& imageDir, Machine* machine);
+
 int RunInfo(CliArgs& args);
 int RunList(CliArgs& args);
 int RunShow(CliArgs& args);
+int RunBackup(CliArgs& args);
 
 } // namespace vantrel

@@ -45,27 +45,6 @@ std::string CsvField(const std::string& value) {
     return out + "\"";
 }
 
-struct Machine {
-    std::unique_ptr<PlatformSet> set;
-    std::unique_ptr<App> app;
-    std::unique_ptr<Inventory> inventory;
-};
-
-bool OpenInventory(const char* command, const std::string& imageDir, Machine* machine) {
-    std::string error;
-    machine->set = OpenMachine(imageDir, &error);
-    if (!machine->set) {
-        std::fprintf(stderr, "vantrel %s: %s\n", command, error.c_str());
-        return false;
-    }
-    machine->app = std::make_unique<App>(machine->set->Ports());
-    // Start-up sets the program folder and the language file; on an image nothing is saved.
-    RunStartup(*machine->app);
-    machine->inventory = std::make_unique<Inventory>(machine->set->Ports());
-    RefreshDriverList(*machine->inventory);
-    return true;
-}
-
 void PrintTable(const std::vector<ListedDriver>& listed) {
     static const char* headers[] = {"Description", "Class", "Version", "Date", "Provider"};
     std::vector<std::size_t> widths;

@@ -15,7 +15,10 @@ void Usage(std::FILE* out) {
                "  list [--all] [--image DIR] [--csv]\n"
                "                        the drivers the Backup tab lists (Non-Microsoft ones unless --all)\n"
                "  show \"<description>\" [--image DIR]\n"
-               "                        the details of one listed driver\n",
+               "                        the details of one listed driver\n"
+               "  backup --to DIR [--format folder|zip|sfx|auto] [--all] [--driver \"DESC\"]...\n"
+               "         [--image DIR] [--resources DIR]\n"
+               "                        backs up the Non-Microsoft drivers (or all, or the named ones)\n",
                out);
 }
 
@@ -34,6 +37,8 @@ int main(int argc, char** argv) {
         return vantrel::RunList(args);
     if (command == "show")
         return vantrel::RunShow(args);
+    if (command == "backup")
+        return vantrel::RunBackup(args);
     if (command == "help" || command == "--help" || command == "-h") {
         Usage(stdout);
         return 0;

@@ -18,6 +18,14 @@ std::string Upper(std::string_view s) {
     return u;
 }
 
+bool Refuse(std::string* why, const char* reason) {
+    if (why)
+        *why = reason;
+    return false;
+}
+
+} // namespace
+
 // Windows opens a device for these names whatever the extension: "nul.txt" is NUL.
 bool IsDeviceName(std::string_view component) {
     std::string_view base = component.substr(0, component.find('.'));
@@ -37,14 +45,6 @@ bool IsDeviceName(std::string_view component) {
             return true;
     return false;
 }
-
-bool Refuse(std::string* why, const char* reason) {
-    if (why)
-        *why = reason;
-    return false;
-}
-
-} // namespace
 
 bool SanitizeEntryPath(std::string_view name, std::string* relativePath, std::string* why) {
     if (name.empty())

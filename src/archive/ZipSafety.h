@@ -13,6 +13,9 @@ namespace vantrel {
 // empty names, roots, UNC and drive prefixes, "..", ":" (drives and alternate data streams),
 // device names (CON, NUL.txt, COM1...), characters Windows cannot store and components that
 // Windows would silently rename (trailing dot or space).
+// CON, NUL, COM1 and the rest: names Windows opens as devices, whatever their extension.
+bool IsDeviceName(std::string_view component);
+
 bool SanitizeEntryPath(std::string_view name, std::string* relativePath, std::string* why);
 
 // A symbolic link or other reparse point, told by the external attributes: a Unix mode of type

@@ -1,0 +1,176 @@
+// vantrel backup: the Backup tab's backup run from the command line.
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Cli.h"
+#include "app/Settings.h"
+#include "backup/BackupInfo.h"
+#include "backup/BackupRun.h"
+#include "inventory/BackupListPage.h"
+#include "platform/FileSystem.h"
+#include "platform/image/ImageFileSystem.h"
+#include "platform/image/ImagePorts.h"
+#include "platform/image/MachineImage.h"
+
+namespace vantrel {
+
+namespace {
+
+constexpr char kUsage[] = "usage: vantrel backup --to DIR [--format folder|zip|sfx|auto] [--all] "
+                          "[--driver \"DESC\"]... [--image DIR] [--resources DIR]";
+// On a machine image the target folder of the host appears as this drive.
+constexpr char kImageTargetDrive[] = "V:";
+
+class ConsoleObserver : public BackupObserver {
+public:
+    explicit ConsoleObserver(const std::vector<ListedDriver>& listed) : listed(listed) {}
+    void DriverStarted(int row) override {
+        current = listed.at(static_cast<std::size_t>(row)).row.cells.at(0);
+    }
+    void ClearLog() override {}
+    void AppendLog(const std::string&) override {}
+    void Progress(int percent) override {
+        if (percent == shown)
+            return;
+        shown = percent;
+        std::fprintf(stderr, "\r[%3d%%] %-70.70s", percent, current.c_str());
+        std::fflush(stderr);
+    }
+    void Pump() override {}
+
+private:
+    const std::vector<ListedDriver>& listed;
+    std::string current;
+    int shown = -1;
+};
+
+const char* OptionForFormat(const std::string& format) {
+    if (format == "folder")
+        return kBckFolder;
+    if (format == "zip")
+        return kBckZip;
+    if (format == "sfx")
+        return kBckSfx;
+    if (format == "auto")
+        return kBckAutoExe;
+    return nullptr;
+}
+
+std::string DefaultResources() {
+    return (std::filesystem::path(ProgramFolder()) / "resources").string();
+}
+
+} // namespace
+
+int RunBackup(CliArgs& args) {
+    std::string error, imageDir, to, format = "folder", resources = DefaultResources();
+    args.TakeValue("--image", &imageDir, &error);
+    args.TakeValue("--to", &to, &error);
+    args.TakeValue("--format", &format, &error);
+    args.TakeValue("--resources", &resources, &error);
+    bool all = args.TakeFlag("--all");
+    std::vector<std::string> names = args.TakeValues("--driver", &error);
+    std::vector<std::string> rest;
+    const char* option = OptionForFormat(format);
+    if (error.empty() && to.empty())
+        error = "--to DIR is needed";
+    if (error.empty() && option == nullptr)
+        error = "unknown format \"" + format + "\"";
+    if (!error.empty() || !args.Rest(&rest, &error) || !rest.empty()) {
+        std::fprintf(stderr, "vantrel backup: %s\n%s\n",
+                     error.empty() ? "unexpected argument" : error.c_str(), kUsage);
+        return 2;
+    }
+
+    Machine machine;
+    if (!OpenInventory("backup", imageDir, &machine))
+        return 1;
+    Platform& platform = machine.set->Ports();
+    std::string root;
+    if (auto* image = dynamic_cast<ImagePlatform*>(machine.set.get())) {
+        std::error_code ec;
+        std::filesystem::create_directories(to, ec);
+        if (ec) {
+            std::fprintf(stderr, "vantrel backup: cannot create %s: %s\n", to.c_str(), ec.message().c_str());
+            return 1;
+        }
+        image->Files().AddMount(std::string(kImageTargetDrive) + "\\",
+                                std::filesystem::absolute(to).string());
+        image->Resources().LoadFolder(resources);
+        root = std::string(kImageTargetDrive) + kBackupRootName;
+    } else {
+        while (to.size() > 3 && (to.back() == '\\' || to.back() == '/'))
+            to.pop_back();
+        root = to + kBackupRootName;
+    }
+    if (!CreateDirectories(platform.fs, root)) {
+        std::fprintf(stderr, "vantrel backup: cannot create the folder %s\n", root.c_str());
+        return 1;
+    }
+
+    Inventory& inventory = *machine.inventory;
+    std::vector<ListedDriver> listed = CollectListedDrivers(inventory, !all && names.empty());
+    std::vector<BackupItem> items;
+    for (std::size_t row = 0; row < listed.size(); ++row) {
+        const std::string& desc = listed[row].row.cells.at(0);
+        if (names.empty() || std::find(names.begin(), names.end(), desc) != names.end())
+            items.push_back({static_cast<int>(row), listed[row].recordIndex});
+    }
+    for (const auto& name : names) {
+        if (std::none_of(listed.begin(), listed.end(),
+                         [&](const ListedDriver& d) { return d.row.cells.at(0) == name; })) {
+            std::fprintf(stderr, "vantrel backup: no driver \"%s\" (see vantrel list --all)\n", name.c_str());
+            return 1;
+        }
+    }
+    if (items.empty()) {
+        std::fprintf(stderr, "vantrel backup: no drivers to back up\n");
+        return 1;
+    }
+
+    // The form is a setting of the program; the command chooses it for this run only.
+    SettingsStore settings(platform.registry);
+    std::optional<std::string> oldOption = settings.ReadSetting(kSetBackupOption, kOptionBufferChars);
+    settings.WriteSetting(kSetBackupOption, option);
+    settings.WriteSetting(kSetBackupPath, root);
+    settings.CloseSettingsKey();
+
+    ConsoleObserver observer(listed);
+    BackupRun run(*machine.app, inventory);
+    bool stop = false;
+    BackupSummary summary = run.Run(root, items, observer, stop);
+    std::fprintf(stderr, "\n");
+
+    settings.WriteSetting(kSetBackupOption, oldOption.value_or(kBckFolder));
+    settings.CloseSettingsKey();
+
+    for (const auto& name : summary.filesMissing)
+        std::printf("not found on this machine: %s\n", name.c_str());
+    for (const auto& path : summary.filesFailed)
+        std::printf("could not copy: %s\n", path.c_str());
+    std::string where = summary.target;
+    if (!imageDir.empty())
+        where = (std::filesystem::path(to) / std::filesystem::path(where.substr(3)).string()).string();
+    std::printf("%d driver(s) backed up, %d file(s) copied, %d without an INF\n", summary.driversSaved,
+                summary.filesCopied, summary.driversSkipped);
+    if (summary.packageErrors > 0) {
+        std::printf("packaging failed for %d step(s)%s\n", summary.packageErrors,
+                    (format == "sfx" || format == "auto") ? " (are the helper programs in --resources?)"
+                                                          : "");
+        return 1;
+    }
+    std::printf("Driver files have been backed up to %s\n", where.c_str());
+    if (format == "folder") {
+        std::vector<BackupEntry> entries = ScanBackupFolder(platform, root);
+        std::printf("The backup folder holds %zu driver backup(s):\n", entries.size());
+        for (const auto& entry : entries)
+            std::printf("  %-60s %s files, needs restore: %s\n", entry.driverDesc.c_str(),
+                        entry.fileNum.c_str(), entry.needRestore.c_str());
+    }
+    return 0;
+}
+
+} // namespace vantrel

@@ -1,0 +1,239 @@
+#include "backup/BackupRun.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "app/App.h"
+#include "app/Settings.h"
+#include "app/SystemServices.h"
+#include "archive/ZipSafety.h"
+#include "backup/BackupInfo.h"
+#include "backup/Packaging.h"
+#include "inventory/DriverFiles.h"
+#include "inventory/InfFile.h"
+#include "inventory/Inventory.h"
+#include "platform/FileSystem.h"
+#include "platform/System.h"
+#include "util/Text.h"
+
+namespace vantrel {
+
+namespace {
+
+struct FormInfo {
+    BackupForm form;
+    const char* option;
+    const char* packageName; // in the root; none for folders
+    const char* logKey;
+    const char* logEnglish;
+    int (*pack)(PackagingContext&, const PackageJob&);
+};
+
+constexpr FormInfo kForms[] = {
+    {BackupForm::Folder, kBckFolder, nullptr, nullptr, nullptr, nullptr},
+    {BackupForm::Zip, kBckZip, "\\MyDrivers.zip", "MsgBackupCompress", "Compressing driver files",
+     ZipProcess},
+    {BackupForm::Sfx, kBckSfx, "\\MyDrivers.exe", "MsgBacupSfx", "Adding driver files to self-extractor",
+     SelfExtractExeProcess},
+    {BackupForm::AutoSetup, kBckAutoExe, "\\DriverAutoSetup.exe", "MsgBackupAutoSetup",
+     "Adding driver files to auto-setup package", SelfExtractAutoExeProcess},
+};
+
+const FormInfo& Info(BackupForm form) {
+    for (const auto& info : kForms) {
+        if (info.form == form)
+            return info;
+    }
+    return kForms[0];
+}
+
+std::string TempFolderNoSlash(Platform& platform) {
+    std::string temp = GetTempFolder(platform);
+    if (temp.size() > 3 && temp.back() == '\\')
+        temp.pop_back();
+    return temp;
+}
+
+BackupInfoSource InfoSource(Inventory& inventory, int recordIndex) {
+    const DriverRecord& record = inventory.drivers[recordIndex];
+    BackupInfoSource source;
+    source.driverDesc = record.driverDesc.Trimmed();
+    source.infFileName = inventory.files.names[1];
+    source.infSection = record.infSection.Trimmed();
+    source.infSectionExt = record.infSectionExt.Trimmed();
+    source.hardwareId = record.hardwareId.Trimmed();
+    source.driverVersion = record.driverVersion.Trimmed();
+    source.driverDate = record.driverDate.Trimmed();
+    source.providerName = record.providerName.Trimmed();
+    source.className = record.className.Trimmed();
+    source.fileCount = inventory.files.count;
+    source.needRestore = !IsMicrosoftProvider(source.providerName);
+    return source;
+}
+
+// The bar's value after `done` of `total` steps of the driver with index `driver`.
+int Share(std::size_t driver, std::size_t drivers, int done, int total) {
+    double perDriver = 100.0 / static_cast<double>(drivers);
+    double value = perDriver * static_cast<double>(driver) +
+                   (total > 0 ? perDriver * static_cast<double>(done) / total : perDriver);
+    return std::min(100, static_cast<int>(value));
+}
+
+} // namespace
+
+BackupForm BackupFormFromSetting(std::string_view option) {
+    for (const auto& info : kForms) {
+        if (option == info.option)
+            return info.form;
+    }
+    return BackupForm::Folder;
+}
+
+std::string BackupTarget(const std::string& root, BackupForm form) {
+    const FormInfo& info = Info(form);
+    return info.packageName ? root + info.packageName : root;
+}
+
+std::string BackupFolderName(std::string_view driverDesc) {
+    std::string name = Trim(driverDesc);
+    for (char c : {'*', '\\', '|', '/', ':', '?', '>', '<', '"'})
+        name = ReplaceWithBlank(name, c);
+    // Windows drops trailing blanks and dots from a folder name; a package must not keep them.
+    while (!name.empty() && (name.back() == ' ' || name.back() == '.'))
+        name.pop_back();
+    // Windows cannot make a folder named CON or NUL.
+    if (IsDeviceName(name))
+        name.insert(name.find('.') == std::string::npos ? name.size() : name.find('.'), "_");
+    if (name.empty())
+        name = "_";
+    return name;
+}
+
+BackupRun::BackupRun(App& app, Inventory& inventory) : app(app), inventory(inventory) {}
+
+std::string BackupRun::Lang(const char* key, const char* english) const {
+    return app.GetLangText("FormMain", key, english);
+}
+
+BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupItem>& items,
+                             BackupObserver& observer, const bool& stopFlag) {
+    Platform& platform = app.platform;
+    FileSystem& fs = platform.fs;
+    BackupSummary summary;
+
+    SettingsStore settings(platform.registry);
+    BackupForm form = BackupFormFromSetting(settings.ReadSettingOr(kSetBackupOption, kBckFolder));
+    std::string level = settings.ReadSettingOr(kSetCompressionLevel, "Medium");
+    settings.CloseSettingsKey();
+    const FormInfo& formInfo = Info(form);
+    summary.target = BackupTarget(root, form);
+
+    // A finished auto-setup package carries its launcher and trailer, so it cannot take
+    // more drivers: a new run builds it afresh.
+    if (form == BackupForm::AutoSetup)
+        fs.DeleteFile(summary.target);
+
+    std::string windows = GetWindowsFolder(platform);
+    std::string systemFolder;
+    std::unique_ptr<FsRedirectionOff> redirection;
+    if (IsWow64(platform)) {
+        systemFolder = windows + "\\SysWOW64";
+        redirection = std::make_unique<FsRedirectionOff>(platform);
+    } else {
+        systemFolder = platform.system.GetSystemDirectory();
+    }
+    std::string workBase = form == BackupForm::Folder ? root : TempFolderNoSlash(platform);
+    PackagingContext packaging{fs, platform.system, platform.resources, nullptr};
+    FileFinder finder(fs); // one index of each tree for the whole run
+    InventoryRun inventoryRun(inventory);
+
+    int bar = 0;
+    for (std::size_t n = 0; n < items.size(); ++n) {
+        const BackupItem& item = items[n];
+        observer.DriverStarted(item.row);
+        std::string desc = inventory.drivers[item.recordIndex].driverDesc.Trimmed();
+        observer.ClearLog();
+        observer.AppendLog(Lang("MsgBackingDrivers", "Backing up drivers of") + " '" + desc + "', " +
+                           Lang("MsgWait", "please wait patiently") + " ...");
+        observer.Pump();
+
+        BuildDriverFileList(inventory, item.recordIndex);
+        const DriverFileList& files = inventory.files;
+        if (Trim(files.currentInfPath).empty()) {
+            ++summary.driversSkipped;
+            continue;
+        }
+        std::string folderName = BackupFolderName(desc);
+        std::string folder = workBase + "\\" + folderName;
+        CreateDirectories(fs, folder);
+        BackupInfoSource source = InfoSource(inventory, item.recordIndex);
+        source.signature = GetSupportedOs(inventory, item.recordIndex);
+        WriteBackupInfo(platform, folder, source);
+
+        // Where each file lies: the INF is the one the list was built from; the others are
+        // looked up in the system folder's tree first, then the Windows folder's.
+        std::vector<std::string> found(static_cast<std::size_t>(files.count) + 1);
+        for (int i = 1; i <= files.count; ++i) {
+            const std::string name = Trim(files.names[static_cast<std::size_t>(i)]);
+            observer.AppendLog("\r\n " + Lang("StrSearch", "Searching") + " " + name + "...");
+            std::string& path = found[static_cast<std::size_t>(i)];
+            if (i == 1)
+                path = files.currentInfPath;
+            else if (!name.empty()) {
+                path = finder.FindFileRecursive(systemFolder, name);
+                if (path.empty())
+                    path = finder.FindFileRecursive(windows, name);
+            }
+            if (path.empty() && !name.empty())
+                summary.filesMissing.push_back(name);
+            // The search takes the first half of the driver's share; the bar never goes back.
+            bar = std::max(bar, Share(n, items.size(), i, 2 * files.count));
+            observer.Progress(bar);
+        }
+
+        for (int i = 1; i <= files.count; ++i) {
+            if (stopFlag) {
+                summary.stopped = true;
+                return summary;
+            }
+            const std::string& from = found[static_cast<std::size_t>(i)];
+            std::string sourceName = Trim(files.sourceNames[static_cast<std::size_t>(i)]);
+            std::string to =
+                folder + "\\" +
+                (sourceName.empty() ? Trim(files.names[static_cast<std::size_t>(i)]) : sourceName);
+            if (!from.empty() && !EqualsNoCase(from, to)) {
+                observer.AppendLog("\r\n " + Lang("MsgBackingUp", "Backing up") + " " + from);
+                observer.Pump();
+                if (fs.CopyFile(from, to, false))
+                    ++summary.filesCopied;
+                else
+                    summary.filesFailed.push_back(from);
+            }
+            bar = std::max(bar, Share(n, items.size(), i, files.count));
+            observer.Progress(bar);
+        }
+        ++summary.driversSaved;
+
+        if (formInfo.pack != nullptr) {
+            observer.AppendLog("\r\n" + Lang(formInfo.logKey, formInfo.logEnglish) + "...");
+            observer.Pump();
+            PackageJob job{summary.target, workBase, folderName + "\\*.*", true, level};
+            if (formInfo.pack(packaging, job) != kPackOk)
+                ++summary.packageErrors;
+            // The working copy in the temporary folder has served its purpose.
+            std::vector<FindData> left;
+            fs.FindFiles(folder + "\\*", &left);
+            for (const auto& entry : left) {
+                if (!entry.IsDirectory())
+                    fs.DeleteFile(folder + "\\" + entry.name);
+            }
+            fs.RemoveDirectory(folder);
+        }
+    }
+    if (form == BackupForm::AutoSetup && !FinishAutoSetupPackage(packaging, summary.target))
+        ++summary.packageErrors;
+    observer.Progress(100);
+    return summary;
+}
+
+} // namespace vantrel
