@@ -897,6 +897,20 @@ void FrmMain::SetRowChecked(std::string_view list, int index, bool checked) {
         SetListRowChecked(window, index, checked);
 }
 
+void FrmMain::SelectRow(std::string_view list, int index) {
+    HWND window = Control(list);
+    if (!window)
+        return;
+    LVITEMA item{};
+    item.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
+    item.state = 0;
+    SendMessageA(window, LVM_SETITEMSTATE, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(&item));
+    item.state = LVIS_SELECTED | LVIS_FOCUSED;
+    SendMessageA(window, LVM_SETITEMSTATE, index, reinterpret_cast<LPARAM>(&item));
+    SendMessageA(window, LVM_ENSUREVISIBLE, index, FALSE);
+    UpdateWindow(window);
+}
+
 void FrmMain::SortRows(std::string_view list, int column, bool ascending) {
     if (HWND window = Control(list))
         SortListRows(window, column, ascending);
@@ -910,6 +924,17 @@ void FrmMain::SetSortMark(std::string_view list, int column, bool ascending) {
 void FrmMain::SetText(std::string_view box, const std::string& text) {
     if (HWND window = Control(box))
         SetWindowTextA(window, text.c_str());
+}
+
+void FrmMain::AppendText(std::string_view box, const std::string& text) {
+    HWND window = Control(box);
+    if (!window)
+        return;
+    SendMessageA(window, EM_SETLIMITTEXT, 0, 0); // a long log outgrows the 32K default
+    int length = GetWindowTextLengthA(window);
+    SendMessageA(window, EM_SETSEL, length, length);
+    SendMessageA(window, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(text.c_str()));
+    SendMessageA(window, EM_SCROLLCARET, 0, 0);
 }
 
 std::string FrmMain::GetText(std::string_view box) {

@@ -32,6 +32,7 @@ public:
     void SetQuitOnClose(bool quit) { quitOnClose = quit; }
 
     MainPage& Page() { return page; }
+    Dialogs& AskUser() { return dialogs; }
     HWND Control(std::string_view name) const;
     int CurrentPage() const;
 
@@ -54,10 +55,12 @@ public:
     int RowCount(std::string_view list) override;
     ListRow GetRow(std::string_view list, int index) override;
     void SetRowChecked(std::string_view list, int index, bool checked) override;
+    void SelectRow(std::string_view list, int index) override;
     void SortRows(std::string_view list, int column, bool ascending) override;
     void SetSortMark(std::string_view list, int column, bool ascending) override;
     void SetText(std::string_view box, const std::string& text) override;
     std::string GetText(std::string_view box) override;
+    void AppendText(std::string_view box, const std::string& text) override;
     void SetProgress(std::string_view bar, int value, int max) override;
     void SetComboItems(std::string_view combo, const std::vector<std::string>& items) override;
     std::vector<std::string> GetComboItems(std::string_view combo) override;

@@ -4,6 +4,7 @@
 #include "FrmMain.h"
 #include "app/App.h"
 #include "app/Startup.h"
+#include "backup/BackupRunPage.h"
 #include "inventory/BackupListPage.h"
 #include "inventory/Inventory.h"
 #include "platform/Platform.h"
@@ -24,6 +25,9 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int showCommand) {
     vantrel::FrmMain frmMain(app);
     vantrel::Inventory inventory(platform->Ports());
     vantrel::BackupListPage backupList(app, frmMain, frmMain.Page(), inventory);
+    vantrel::BackupRunPage backupRun(app, frmMain, frmMain.AskUser(), frmMain.Page(), inventory);
+    // The run comes first: while it goes on it holds back the list's commands.
+    frmMain.Page().AddPart(backupRun);
     frmMain.Page().AddPart(backupList);
     if (!frmMain.Create())
         return 1;

@@ -5,12 +5,16 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "FakeDialogs.h"
+#include "FakeView.h"
 #include "InventoryFixture.h"
 #include "app/App.h"
 #include "app/Settings.h"
 #include "archive/ZipReader.h"
 #include "backup/BackupInfo.h"
 #include "backup/BackupRun.h"
+#include "backup/BackupRunPage.h"
+#include "app/MainPage.h"
 #include "backup/Packaging.h"
 #include "inventory/BackupListPage.h"
 #include "inventory/Enumeration.h"
@@ -404,6 +408,115 @@ TEST(BackupPackagingSettings, RoundTripAndRejection) {
     EXPECT_FALSE(FindSfxSettings("short", &back));
     EXPECT_FALSE(
         FindSfxSettings(std::string("\xff\xff\xff\x7f") + "VNTSFX01", &back)); // length past the start
+}
+
+// The Backup tab's button over a scripted window: the list filled by the search, answers
+// given by the test.
+class BackupRunTab : public ::testing::Test {
+protected:
+    BackupRunTab() {
+        m.SetOption("BckFolder");
+        main.AddPart(runPage);
+        main.AddPart(listPage);
+        listPage.SearchNonMicrosoftDrivers();
+    }
+    void CheckAll() {
+        for (int i = 0; i < view.RowCount("Lvw"); ++i)
+            view.SetRowChecked("Lvw", i, true);
+    }
+    std::string Message(std::size_t i) { return i < dialogs.messages.size() ? dialogs.messages[i].text : ""; }
+
+    BackupMachine m;
+    test::FakeView view;
+    test::FakeDialogs dialogs;
+    MainPage main{m.app, view, dialogs};
+    BackupRunPage runPage{m.app, view, dialogs, main, m.inventory};
+    BackupListPage listPage{m.app, view, main, m.inventory};
+};
+
+TEST_F(BackupRunTab, NothingCheckedAsksForASelectionFirst) {
+    runPage.OnBackupClick();
+    ASSERT_EQ(dialogs.messages.size(), 1u);
+    EXPECT_EQ(Message(0), "Please select the device drivers you want to back up at first.");
+    EXPECT_EQ(dialogs.messages[0].icon, MsgIcon::Exclamation);
+    EXPECT_TRUE(dialogs.prompts.empty());
+}
+
+TEST_F(BackupRunTab, CancelledBrowserWritesNothing) {
+    CheckAll();
+    runPage.OnBackupClick();
+    ASSERT_EQ(dialogs.prompts.size(), 1u);
+    EXPECT_EQ(dialogs.prompts[0], "Please select the directory where you want to save driver backup:");
+    EXPECT_FALSE(m.Exists("D:\\Backups\\Drivers Backup\\Birch Audio"));
+    EXPECT_TRUE(dialogs.messages.empty());
+}
+
+TEST_F(BackupRunTab, FolderWithoutPathFallsBackAndTheRunEndsIdle) {
+    view.SetRowChecked("Lvw", 1, true);
+    std::string chosen = view.GetRow("Lvw", 1).cells[0];
+    dialogs.folders.push_back(""); // a virtual folder such as "Computer"
+    runPage.OnBackupClick();
+
+    std::string root = "c:\\my drivers\\Drivers Backup";
+    EXPECT_TRUE(m.Exists(root + "\\" + BackupFolderName(chosen) + "\\drvbck.pdb"));
+    SettingsStore settings(m.machine.Ports().registry);
+    EXPECT_EQ(settings.ReadSetting(kSetBackupPath, kPathBufferChars).value_or(""), root);
+    ASSERT_EQ(dialogs.messages.size(), 1u);
+    EXPECT_EQ(Message(0), "Driver backup finished successfully.");
+    EXPECT_EQ(view.selectedRows, std::vector<int>{1});
+    std::string log = view.GetText("TxtBackup");
+    EXPECT_EQ(log.find("Backing up drivers of '" + chosen + "'"), 0u);
+    EXPECT_NE(log.find("Driver files have been backed up to " + root + " successfully."), std::string::npos);
+    EXPECT_EQ(main.Tag("CmdBackup"), "start backup");
+    EXPECT_EQ(view.GetCaption("CmdBackup"), "&Start Backup");
+    EXPECT_TRUE(view.controls.at("CmdSelectAll").enabled);
+}
+
+TEST_F(BackupRunTab, SecondClickAsksAndStopsAtTheNextFile) {
+    CheckAll();
+    dialogs.folders.push_back("D:\\Backups\\");
+    bool clicked = false;
+    view.onPump = [&] {
+        // While the first driver's files are being copied the user clicks again.
+        if (!clicked && view.GetText("TxtBackup").find("Backing up C:") != std::string::npos) {
+            clicked = true;
+            EXPECT_EQ(view.GetCaption("CmdBackup"), "&Stop Backup");
+            EXPECT_FALSE(view.controls.at("CmdSelectAll").enabled);
+            // Clicks on the list are held back while the run goes on.
+            std::string log = view.GetText("TxtBackup");
+            EXPECT_TRUE(main.OnRowClick("Lvw", 0));
+            EXPECT_EQ(view.GetText("TxtBackup"), log);
+            runPage.OnBackupClick();
+        }
+    };
+    runPage.OnBackupClick();
+    ASSERT_TRUE(clicked);
+    ASSERT_EQ(dialogs.messages.size(), 2u);
+    EXPECT_EQ(Message(0), "Do you really want to stop backup process?");
+    EXPECT_EQ(dialogs.messages[0].buttons, MsgButtons::OkCancel);
+    EXPECT_EQ(Message(1), "Driver backup process was stopped.");
+    EXPECT_EQ(view.GetText("TxtBackup"), "Driver backup process was stopped by the user.");
+    EXPECT_EQ(main.Tag("CmdBackup"), "start backup");
+    EXPECT_FALSE(runPage.Running());
+    // The driver whose copy was under way keeps what it had.
+    EXPECT_TRUE(m.Exists(Folder(kAcmeFolder) + "\\drvbck.pdb"));
+}
+
+TEST_F(BackupRunTab, CancelledStopQuestionLetsTheRunFinish) {
+    CheckAll();
+    dialogs.folders.push_back("D:\\Backups");
+    dialogs.answers = {MsgAnswer::Cancel};
+    bool clicked = false;
+    view.onPump = [&] {
+        if (!clicked && runPage.Running()) {
+            clicked = true;
+            runPage.OnBackupClick();
+        }
+    };
+    runPage.OnBackupClick();
+    ASSERT_EQ(dialogs.messages.size(), 2u);
+    EXPECT_EQ(Message(1), "Driver backup finished successfully.");
+    EXPECT_TRUE(m.Exists(Folder("Birch Audio") + "\\birch.sys"));
 }
 
 } // namespace

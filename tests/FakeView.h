@@ -73,6 +73,10 @@ public:
     void SetRowChecked(std::string_view list, int index, bool checked) override {
         lists[Key(list)].rows.at(index).checked = checked;
     }
+    void SelectRow(std::string_view list, int index) override {
+        lists[Key(list)].rows.at(index); // a row that is not there is a fault of the page
+        selectedRows.push_back(index);
+    }
     void SortRows(std::string_view list, int column, bool ascending) override {
         auto& rows = lists[Key(list)].rows;
         auto cell = [column](const ListRow& row) {
@@ -88,6 +92,7 @@ public:
     }
 
     void SetText(std::string_view box, const std::string& text) override { texts[Key(box)] = text; }
+    void AppendText(std::string_view box, const std::string& text) override { texts[Key(box)] += text; }
     std::string GetText(std::string_view box) override { return texts[Key(box)]; }
 
     void SetProgress(std::string_view bar, int value, int max) override { progress[Key(bar)] = {value, max}; }
@@ -127,6 +132,7 @@ public:
     std::map<std::string, Control> controls;
     std::vector<MenuItem> menu;
     std::map<std::string, List> lists;
+    std::vector<int> selectedRows;
     std::map<std::string, std::string> texts;
     std::map<std::string, std::pair<int, int>> progress;
     std::map<std::string, std::vector<std::string>> combos;

@@ -89,6 +89,7 @@ std::optional<std::string> JoinLiterals(const std::string& literals) {
 
 void ScanSources(Lookups* lookups) {
     static const std::regex call(R"re(GetLangText\(\s*"([^"]+)"\s*,\s*"([^"]+)"\s*,)re");
+    static const std::regex pageCall(R"re(\bLang\((?:\s*app\s*,)?\s*"([^"]+)"\s*,)re");
     static const std::regex literalDefault(R"re(^\s*((?:"(?:[^"\\]|\\.)*"\s*)+)\))re");
     for (const char* folder : {"src", "gui"}) {
         if (!fs::exists(kSourceDir / folder))
@@ -105,6 +106,16 @@ void ScanSources(Lookups* lookups) {
                 if (std::regex_search(after, rest, literalDefault))
                     english = JoinLiterals(rest[1]);
                 lookups->Add((*it)[1].str(), (*it)[2].str(), english,
+                             fs::relative(entry.path(), kSourceDir).string());
+            }
+            // The pages' short form for the main window's section: Lang([app, ]"Key", "English").
+            for (std::sregex_iterator it(text.begin(), text.end(), pageCall), end; it != end; ++it) {
+                std::optional<std::string> english;
+                std::smatch rest;
+                std::string after = text.substr(it->position() + it->length(), 4000);
+                if (std::regex_search(after, rest, literalDefault))
+                    english = JoinLiterals(rest[1]);
+                lookups->Add("FormMain", (*it)[1].str(), english,
                              fs::relative(entry.path(), kSourceDir).string());
             }
         }

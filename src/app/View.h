@@ -49,6 +49,8 @@ public:
     virtual int RowCount(std::string_view list) = 0;
     virtual ListRow GetRow(std::string_view list, int index) = 0;
     virtual void SetRowChecked(std::string_view list, int index, bool checked) = 0;
+    // Selects one row and scrolls it into view.
+    virtual void SelectRow(std::string_view list, int index) = 0;
     // The list's own text sort by one column.
     virtual void SortRows(std::string_view list, int column, bool ascending) = 0;
     // The arrow in the header of the sorted column; every other column loses its arrow.
@@ -57,6 +59,8 @@ public:
     // Multi-line text boxes.
     virtual void SetText(std::string_view box, const std::string& text) = 0;
     virtual std::string GetText(std::string_view box) = 0;
+    // Adds to the end of a log box and leaves the caret there, so the newest line shows.
+    virtual void AppendText(std::string_view box, const std::string& text) = 0;
 
     // Progress bars (0..max).
     virtual void SetProgress(std::string_view bar, int value, int max) = 0;

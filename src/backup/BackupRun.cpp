@@ -102,11 +102,11 @@ std::string BackupFolderName(std::string_view driverDesc) {
     while (!name.empty() && (name.back() == ' ' || name.back() == '.'))
         name.pop_back();
     // Windows cannot make a folder named CON or NUL.
-    if (IsDeviceName(name))
-        name.insert(name.find('.') == std::string::npos ? name.size() : name.find('.'), "_");
-    if (name.empty())
-        name = "_";
-    return name;
+    if (IsDeviceName(name)) {
+        std::size_t dot = std::min(name.find('.'), name.size());
+        name = name.substr(0, dot) + '_' + name.substr(dot);
+    }
+    return name.empty() ? std::string(1, '_') : name;
 }
 
 BackupRun::BackupRun(App& app, Inventory& inventory) : app(app), inventory(inventory) {}
