@@ -152,8 +152,11 @@ int RunBackup(CliArgs& args) {
     for (const auto& path : summary.filesFailed)
         std::printf("could not copy: %s\n", path.c_str());
     std::string where = summary.target;
-    if (!imageDir.empty())
-        where = (std::filesystem::path(to) / std::filesystem::path(where.substr(3)).string()).string();
+    if (!imageDir.empty()) {
+        std::string relative = where.substr(3); // after "V:\"
+        std::replace(relative.begin(), relative.end(), '\\', '/');
+        where = (std::filesystem::path(to) / relative).string();
+    }
     std::printf("%d driver(s) backed up, %d file(s) copied, %d without an INF\n", summary.driversSaved,
                 summary.filesCopied, summary.driversSkipped);
     if (summary.packageErrors > 0) {
