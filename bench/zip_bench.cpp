@@ -258,7 +258,18 @@ int main(int argc, char** argv) {
         Print("infozip_size_mb", theirSize / 1048576.0);
         Print("speed_vs_infozip", zipSeconds / oursSeconds[0], "x");
         Print("size_vs_infozip", 100.0 * (static_cast<double>(oursSize) / theirSize - 1.0), "%");
+        Print("zip_vs_infozip_ratio", oursSeconds[0] / zipSeconds);
     }
+    fs::path theirs7 = work / "theirs7.zip";
+    fs::remove(theirs7);
+    double sevenSeconds = RunShell("cd " + Quote(tree.parent_path()) + " && 7z a -bd -tzip -mx=5 " +
+                                   Quote(theirs7) + " " + Quote(tree.filename()) + " >/dev/null");
+    if (sevenSeconds > 0) {
+        Print("7z_pack_s", sevenSeconds);
+        Print("7z_size_mb", fs::file_size(theirs7) / 1048576.0);
+        Print("zip_vs_7z_ratio", oursSeconds[0] / sevenSeconds);
+    }
+    fs::remove(theirs7);
 
     // Extraction through the machine image and straight to the host folders, each into a
     // fresh folder, then Info-ZIP's unzip the same way.
@@ -286,7 +297,34 @@ int main(int argc, char** argv) {
     double unzipSeconds = RunShell("unzip -qq -o " + Quote(ours) + " -d " + Quote(work / "unzip-out"));
     if (unzipSeconds > 0)
         Print("infozip_extract_mb_s", bytes / 1048576.0 / unzipSeconds);
-    for (const char* folder : {"unzip-out", "drive_c/out-image", "drive_c/out-direct"})
+
+    // The backup run's copy step: every file copied through the machine image, as the run
+    // copies a driver's files, against cp of the same tree.
+    fs::remove_all(work / "drive_c" / "copy");
+    auto copyStart = std::chrono::steady_clock::now();
+    std::uint64_t copied = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(tree)) {
+        std::string relative = fs::relative(entry.path(), tree).string();
+        std::replace(relative.begin(), relative.end(), '/', '\\');
+        if (entry.is_directory()) {
+            image.CreateDirectory("C:\\copy\\" + relative);
+        } else if (entry.is_regular_file()) {
+            if (relative.find('\\') == std::string::npos)
+                image.CreateDirectory("C:\\copy");
+            copied += image.CopyFile("C:\\Tree\\" + relative, "C:\\copy\\" + relative, false) ? 1 : 0;
+        }
+    }
+    double copySeconds = Seconds(copyStart);
+    fs::remove_all(work / "cp-out");
+    double cpSeconds = RunShell("cp -r " + Quote(tree) + " " + Quote(work / "cp-out"));
+    std::printf("copied_files: %llu\n", static_cast<unsigned long long>(copied));
+    Print("copy_s", copySeconds);
+    if (cpSeconds > 0) {
+        Print("cp_s", cpSeconds);
+        Print("copy_vs_cp_ratio", copySeconds / cpSeconds);
+    }
+    for (const char* folder :
+         {"unzip-out", "drive_c/out-image", "drive_c/out-direct", "drive_c/copy", "cp-out"})
         fs::remove_all(work / folder);
     return 0;
 }
