@@ -99,24 +99,20 @@ void ScanSources(Lookups* lookups) {
             if (extension != ".cpp" && extension != ".h")
                 continue;
             std::string text = test::ReadHostFile(entry.path());
-            for (std::sregex_iterator it(text.begin(), text.end(), call), end; it != end; ++it) {
-                std::optional<std::string> english;
-                std::smatch rest;
-                std::string after = text.substr(it->position() + it->length(), 4000);
-                if (std::regex_search(after, rest, literalDefault))
-                    english = JoinLiterals(rest[1]);
-                lookups->Add((*it)[1].str(), (*it)[2].str(), english,
-                             fs::relative(entry.path(), kSourceDir).string());
-            }
-            // The pages' short form for the main window's section: Lang([app, ]"Key", "English").
-            for (std::sregex_iterator it(text.begin(), text.end(), pageCall), end; it != end; ++it) {
-                std::optional<std::string> english;
-                std::smatch rest;
-                std::string after = text.substr(it->position() + it->length(), 4000);
-                if (std::regex_search(after, rest, literalDefault))
-                    english = JoinLiterals(rest[1]);
-                lookups->Add("FormMain", (*it)[1].str(), english,
-                             fs::relative(entry.path(), kSourceDir).string());
+            std::string file = fs::relative(entry.path(), kSourceDir).string();
+            // GetLangText("Section", "Key", ...) and the pages' short form for the main
+            // window's section, Lang([app, ]"Key", ...); both with an optional literal default.
+            for (const std::regex* pattern : {&call, &pageCall}) {
+                for (std::sregex_iterator it(text.begin(), text.end(), *pattern), end; it != end; ++it) {
+                    std::optional<std::string> english;
+                    std::smatch rest;
+                    std::string after = text.substr(it->position() + it->length(), 4000);
+                    if (std::regex_search(after, rest, literalDefault))
+                        english = JoinLiterals(rest[1]);
+                    bool page = pattern == &pageCall;
+                    lookups->Add(page ? "FormMain" : (*it)[1].str(), (*it)[page ? 1 : 2].str(), english,
+                                 file);
+                }
             }
         }
     }

@@ -22,18 +22,6 @@ constexpr std::size_t kChunk = 256 * 1024;
 // The end record sits in the last 64 KiB + 22 bytes; a little more allows a trailer after it.
 constexpr std::uint64_t kTailSearch = 65536 + kEndSize + 4096;
 
-bool ReadFully(InputFile& file, void* buffer, std::size_t size) {
-    auto p = static_cast<char*>(buffer);
-    while (size > 0) {
-        std::int64_t n = file.Read(p, size);
-        if (n <= 0)
-            return false;
-        p += n;
-        size -= static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
 bool ReadAt(InputFile& file, std::uint64_t offset, void* buffer, std::size_t size) {
     return file.Seek(offset) && ReadFully(file, buffer, size);
 }

@@ -78,18 +78,6 @@ std::string RelativeName(std::string_view path, std::string_view base) {
     return ArchiveName(path);
 }
 
-bool ReadFully(InputFile& file, void* buffer, std::size_t size) {
-    auto p = static_cast<char*>(buffer);
-    while (size > 0) {
-        std::int64_t n = file.Read(p, size);
-        if (n <= 0)
-            return false;
-        p += n;
-        size -= static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
 class MemoryInput : public InputFile {
 public:
     explicit MemoryInput(const std::string& data) : data(data) {}

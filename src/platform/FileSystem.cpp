@@ -42,4 +42,16 @@ bool CreateDirectories(FileSystem& fs, std::string_view path) {
     return fs.CreateDirectory(p) || fs.IsDirectory(p);
 }
 
+bool ReadFully(InputFile& file, void* buffer, std::size_t size) {
+    auto p = static_cast<char*>(buffer);
+    while (size > 0) {
+        std::int64_t n = file.Read(p, size);
+        if (n <= 0)
+            return false;
+        p += n;
+        size -= static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
 } // namespace vantrel

@@ -72,6 +72,8 @@ public:
 
 // Whole-file helpers over the port.
 bool ReadWholeFile(FileSystem& fs, std::string_view path, std::string* bytes);
+// Reads exactly size bytes, across short reads; false at the end of the file or on an error.
+bool ReadFully(InputFile& file, void* buffer, std::size_t size);
 bool WriteWholeFile(FileSystem& fs, std::string_view path, std::string_view bytes);
 // Creates every missing folder of path.
 bool CreateDirectories(FileSystem& fs, std::string_view path);
