@@ -213,6 +213,7 @@ int main(int argc, char** argv) {
         else if (key == "--level")
             level = std::stoi(value);
     }
+    work = fs::absolute(work); // the outside tools run in another folder
     fs::create_directories(work / "drive_c");
     if (tree.empty()) {
         tree = work / "tree";
@@ -264,7 +265,8 @@ int main(int argc, char** argv) {
     fs::remove(theirs7);
     double sevenSeconds = RunShell("cd " + Quote(tree.parent_path()) + " && 7z a -bd -tzip -mx=5 " +
                                    Quote(theirs7) + " " + Quote(tree.filename()) + " >/dev/null");
-    if (sevenSeconds > 0) {
+    std::error_code sevenError;
+    if (sevenSeconds > 0 && fs::exists(theirs7, sevenError)) {
         Print("7z_pack_s", sevenSeconds);
         Print("7z_size_mb", fs::file_size(theirs7) / 1048576.0);
         Print("zip_vs_7z_ratio", oursSeconds[0] / sevenSeconds);
@@ -303,14 +305,13 @@ int main(int argc, char** argv) {
     fs::remove_all(work / "drive_c" / "copy");
     auto copyStart = std::chrono::steady_clock::now();
     std::uint64_t copied = 0;
+    image.CreateDirectory("C:\\copy");
     for (const auto& entry : fs::recursive_directory_iterator(tree)) {
         std::string relative = fs::relative(entry.path(), tree).string();
         std::replace(relative.begin(), relative.end(), '/', '\\');
         if (entry.is_directory()) {
             image.CreateDirectory("C:\\copy\\" + relative);
         } else if (entry.is_regular_file()) {
-            if (relative.find('\\') == std::string::npos)
-                image.CreateDirectory("C:\\copy");
             copied += image.CopyFile("C:\\Tree\\" + relative, "C:\\copy\\" + relative, false) ? 1 : 0;
         }
     }
