@@ -110,10 +110,27 @@ bool MatchesPattern(std::string_view pattern, std::string_view name) {
 // std::filesystem::copy_file cannot overwrite under MinGW (every file looks like the same file
 // there), so the bytes are copied by hand.
 bool CopyHostFile(const fs::path& from, const fs::path& to) {
-    // The host's own copy (copy_file_range or sendfile on Linux) moves the bytes in the kernel.
     std::error_code ec;
+#ifndef _WIN32
+    // The host's own copy (copy_file_range or sendfile) moves the bytes in the kernel.
     if (fs::copy_file(from, to, fs::copy_options::overwrite_existing, ec))
         return true;
+#endif
+    // Elsewhere, and where the kernel copy is refused, through a buffer.
+    {
+        std::ifstream in(from, std::ios::binary);
+        std::ofstream out(to, std::ios::binary | std::ios::trunc);
+        if (in && out) {
+            std::vector<char> buffer(1 << 16);
+            while (in) {
+                in.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+                out.write(buffer.data(), in.gcount());
+            }
+            out.close();
+            if (!in.bad() && !out.fail())
+                return true;
+        }
+    }
     fs::remove(to, ec);
     return false;
 }
