@@ -599,7 +599,9 @@ LRESULT FrmMain::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             page.OnTimer1();
         return 0;
     case WM_CLOSE:
-        DestroyWindow(hwnd);
+        // A backup in progress runs inside this window's message loop: it ends first.
+        if (page.QueryClose())
+            DestroyWindow(hwnd);
         return 0;
     case WM_DESTROY:
         KillTimer(hwnd, kTimer1Id);

@@ -502,6 +502,25 @@ TEST_F(BackupRunTab, SecondClickAsksAndStopsAtTheNextFile) {
     EXPECT_TRUE(m.Exists(Folder(kAcmeFolder) + "\\drvbck.pdb"));
 }
 
+TEST_F(BackupRunTab, ClosingTheWindowDuringARunAsksToStopAndWaits) {
+    CheckAll();
+    dialogs.folders.push_back("D:\\Backups");
+    std::vector<bool> closeAnswers;
+    bool asked = false;
+    view.onPump = [&] {
+        if (!asked && runPage.Running()) {
+            asked = true;
+            closeAnswers.push_back(main.QueryClose());
+        }
+    };
+    EXPECT_TRUE(main.QueryClose()); // idle: nothing holds the window
+    runPage.OnBackupClick();
+    ASSERT_EQ(closeAnswers, std::vector<bool>{false});
+    EXPECT_EQ(Message(0), "Do you really want to stop backup process?");
+    EXPECT_EQ(Message(1), "Driver backup process was stopped.");
+    EXPECT_TRUE(main.QueryClose());
+}
+
 TEST_F(BackupRunTab, CancelledStopQuestionLetsTheRunFinish) {
     CheckAll();
     dialogs.folders.push_back("D:\\Backups");

@@ -318,6 +318,13 @@ void MainPage::OnTimer1() {
         startupCheck();
 }
 
+bool MainPage::QueryClose() {
+    bool close = true;
+    for (TabPage* part : parts)
+        close = part->QueryClose() && close;
+    return close;
+}
+
 void MainPage::Unload() {
     if (helpWindow == 0)
         return;

@@ -90,6 +90,8 @@ public:
     void OnTimer1();
     void SetStartupCheck(std::function<void()> check) { startupCheck = std::move(check); }
 
+    // Whether the window may close now; every part is asked.
+    bool QueryClose();
     // Closes the help viewer if this run opened it.
     void Unload();
     void RememberHelpWindow(std::uintptr_t window) { helpWindow = window; }

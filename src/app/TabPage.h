@@ -31,6 +31,9 @@ public:
     // Called after the main window's texts were applied in a (new) language, so that the
     // part rebuilds its own explanatory texts.
     virtual void OnLanguageApplied() {}
+    // The user closes the window. False keeps it open (a long run is still going on; the
+    // part takes the close as a request to stop it).
+    virtual bool QueryClose() { return true; }
 };
 
 } // namespace vantrel

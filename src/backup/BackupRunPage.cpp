@@ -69,6 +69,14 @@ bool BackupRunPage::OnRowClick(std::string_view list, int) {
     return running && list == kList;
 }
 
+bool BackupRunPage::QueryClose() {
+    if (!running)
+        return true;
+    if (mainPage.Tag(kButton) == kTagStop)
+        RequestStop();
+    return false;
+}
+
 void BackupRunPage::OnBackupClick() {
     if (mainPage.Tag(kButton) == kTagStop)
         RequestStop();
