@@ -309,3 +309,45 @@ TEST(InventoryFileFinder, StopsAfter65535Finds) {
 
 } // namespace
 } // namespace vantrel
+
+namespace vantrel {
+namespace {
+
+// UTF-16LE text decodes the same whichever position a non-ASCII character takes within
+// the runs the decoder reads four units at a time.
+TEST(InventoryInfDecoding, Utf16NonAsciiAtEveryOffset) {
+    test::TestMachine machine;
+    const std::string umlaut = "\xC3\xA4";       // U+00E4
+    const std::string euro = "\xE2\x82\xAC";     // U+20AC, high byte not zero
+    const std::string clef = "\xF0\x9D\x84\x9E"; // U+1D11E, a surrogate pair
+    for (std::size_t at = 0; at < 9; ++at) {
+        for (const auto& [utf8, units] :
+             {std::pair{umlaut, std::string("\xE4\x00", 2)}, std::pair{euro, std::string("\xAC\x20", 2)},
+              std::pair{clef, std::string("\x34\xD8\x1E\xDD", 4)}}) {
+            std::string ascii = "abcdefghijklmnopq";
+            std::string bytes = "\xFF\xFE";
+            for (std::size_t i = 0; i < ascii.size(); ++i) {
+                if (i == at)
+                    bytes += units;
+                bytes += ascii[i];
+                bytes += '\0';
+            }
+            std::string expected = ascii.substr(0, at) + utf8 + ascii.substr(at);
+            EXPECT_EQ(DecodeInfBytes(bytes, machine.Ports().system), expected) << "at " << at;
+        }
+    }
+    // An odd last byte is dropped; a lone high surrogate becomes U+FFFD.
+    EXPECT_EQ(DecodeInfBytes(std::string("\xFF\xFE"
+                                         "a\0b\0c",
+                                         7),
+                             machine.Ports().system),
+              "ab");
+    EXPECT_EQ(DecodeInfBytes(std::string("\xFF\xFE"
+                                         "a\0\x34\xD8",
+                                         6),
+                             machine.Ports().system),
+              "a\xEF\xBF\xBD");
+}
+
+} // namespace
+} // namespace vantrel

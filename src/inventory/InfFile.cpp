@@ -68,6 +68,21 @@ std::string Utf16ToUtf8(std::string_view bytes) {
     std::string out(units * 3, '\0');
     char* o = out.data();
     for (std::size_t k = 0; k < units; ++k) {
+        // Four ASCII units at a time: every high byte zero and every low byte below 0x80.
+        while (k + 4 <= units) {
+            std::uint64_t four;
+            std::memcpy(&four, p + 2 * k, 8);
+            if ((four & 0xFF80FF80FF80FF80ull) != 0)
+                break;
+            o[0] = static_cast<char>(p[2 * k]);
+            o[1] = static_cast<char>(p[2 * k + 2]);
+            o[2] = static_cast<char>(p[2 * k + 4]);
+            o[3] = static_cast<char>(p[2 * k + 6]);
+            o += 4;
+            k += 4;
+        }
+        if (k >= units)
+            break;
         std::uint32_t u = p[2 * k] | (static_cast<std::uint32_t>(p[2 * k + 1]) << 8);
         if (u < 0x80) {
             *o++ = static_cast<char>(u);

@@ -137,7 +137,11 @@ bool CopyHostFile(const fs::path& from, const fs::path& to) {
 
 class Input : public InputFile {
 public:
-    Input(const fs::path& host, std::uint64_t size) : in(host, std::ios::binary), size(size) {}
+    explicit Input(const fs::path& host) : in(host, std::ios::binary | std::ios::ate) {
+        auto end = in.tellg();
+        size = end < 0 ? 0 : static_cast<std::uint64_t>(end);
+        in.seekg(0);
+    }
     bool IsOpen() const { return in.is_open(); }
 
     std::int64_t Read(void* buffer, std::size_t count) override {
@@ -384,10 +388,8 @@ std::unique_ptr<InputFile> ImageFileSystem::OpenRead(std::string_view path) {
     std::error_code ec;
     if (!Map(path, false, &host) || !fs::is_regular_file(host, ec))
         return nullptr;
-    auto size = fs::file_size(host, ec);
-    if (ec)
-        return nullptr;
-    auto file = std::make_unique<Input>(host, size);
+    // The size comes from the open file: one look-up of the path less per file read.
+    auto file = std::make_unique<Input>(host);
     if (!file->IsOpen())
         return nullptr;
     return file;
