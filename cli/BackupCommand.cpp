@@ -1,5 +1,6 @@
 // vantrel backup: the Backup tab's backup run from the command line.
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -9,8 +10,10 @@
 #include "app/Settings.h"
 #include "backup/BackupInfo.h"
 #include "backup/BackupRun.h"
+#include "backup/Packaging.h"
 #include "inventory/BackupListPage.h"
 #include "platform/FileSystem.h"
+#include "platform/Resources.h"
 #include "platform/image/ImageFileSystem.h"
 #include "platform/image/ImagePorts.h"
 #include "platform/image/MachineImage.h"
@@ -23,6 +26,13 @@ constexpr char kUsage[] = "usage: vantrel backup --to DIR [--format folder|zip|s
                           "[--driver \"DESC\"]... [--image DIR] [--resources DIR]";
 // On a machine image the target folder of the host appears as this drive.
 constexpr char kImageTargetDrive[] = "V:";
+
+// Ctrl+C stops the run before its next file, as the Stop button does.
+volatile std::sig_atomic_t gStopRequested = 0;
+
+void OnInterrupt(int) {
+    gStopRequested = 1;
+}
 
 class ConsoleObserver : public BackupObserver {
 public:
@@ -40,6 +50,7 @@ public:
         std::fflush(stderr);
     }
     void Pump() override {}
+    bool Cancelled() override { return gStopRequested != 0; }
 
 private:
     const std::vector<ListedDriver>& listed;
@@ -61,6 +72,24 @@ const char* OptionForFormat(const std::string& format) {
 
 std::string DefaultResources() {
     return (std::filesystem::path(ProgramFolder()) / "resources").string();
+}
+
+// The carried programs a one-file form cannot do without; "" when all are there.
+std::string MissingHelpers(Resources& resources, const std::string& format) {
+    std::vector<std::pair<int, const char*>> needed;
+    if (format == "sfx" || format == "auto")
+        needed.push_back({kResSfxStub, "the self-extractor stub"});
+    if (format == "auto") {
+        needed.push_back({kResAutoSetupWizard, "the installation wizard"});
+        needed.push_back({kResAutoSetupLauncher, "the auto-setup launcher"});
+    }
+    std::string missing;
+    for (const auto& [id, what] : needed) {
+        std::string bytes;
+        if (!resources.LoadCustom(id, &bytes) || bytes.empty())
+            missing += std::string(missing.empty() ? "" : ", ") + what + " (" + std::to_string(id) + ".bin)";
+    }
+    return missing;
 }
 
 } // namespace
@@ -99,12 +128,22 @@ int RunBackup(CliArgs& args) {
         }
         image->Files().AddMount(std::string(kImageTargetDrive) + "\\",
                                 std::filesystem::absolute(to).string());
-        image->Resources().LoadFolder(resources);
+        if (format == "sfx" || format == "auto")
+            image->Resources().LoadFolder(resources);
         root = std::string(kImageTargetDrive) + kBackupRootName;
     } else {
         while (to.size() > 3 && (to.back() == '\\' || to.back() == '/'))
             to.pop_back();
         root = to + kBackupRootName;
+    }
+    if (std::string missing = MissingHelpers(platform.resources, format); !missing.empty()) {
+        std::fprintf(stderr,
+                     "vantrel backup: --format %s needs the helper programs, and these are missing: %s.\n",
+                     format.c_str(), missing.c_str());
+        if (!imageDir.empty())
+            std::fprintf(stderr, "Put them into %s or name their folder with --resources DIR.\n",
+                         resources.c_str());
+        return 1;
     }
     if (!CreateDirectories(platform.fs, root)) {
         std::fprintf(stderr, "vantrel backup: cannot create the folder %s\n", root.c_str());
@@ -140,8 +179,10 @@ int RunBackup(CliArgs& args) {
 
     ConsoleObserver observer(listed);
     BackupRun run(*machine.app, inventory);
-    bool stop = false;
-    BackupSummary summary = run.Run(root, items, observer, stop);
+    gStopRequested = 0;
+    auto previousHandler = std::signal(SIGINT, OnInterrupt);
+    BackupSummary summary = run.Run(root, items, observer);
+    std::signal(SIGINT, previousHandler == SIG_ERR ? SIG_DFL : previousHandler);
     std::fprintf(stderr, "\n");
 
     settings.WriteSetting(kSetBackupOption, oldOption.value_or(kBckFolder));
@@ -159,6 +200,11 @@ int RunBackup(CliArgs& args) {
     }
     std::printf("%d driver(s) backed up, %d file(s) copied, %d without an INF\n", summary.driversSaved,
                 summary.filesCopied, summary.driversSkipped);
+    if (summary.stopped) {
+        std::printf("Driver backup process was stopped by the user; what was copied is in %s\n",
+                    where.c_str());
+        return 1;
+    }
     if (summary.packageErrors > 0) {
         std::printf("packaging failed for %d step(s)%s\n", summary.packageErrors,
                     (format == "sfx" || format == "auto") ? " (are the helper programs in --resources?)"
@@ -166,6 +212,9 @@ int RunBackup(CliArgs& args) {
         return 1;
     }
     std::printf("Driver files have been backed up to %s\n", where.c_str());
+    // The window goes on past a file it cannot copy; a script must hear about it.
+    if (!summary.filesFailed.empty())
+        return 1;
     if (format == "folder") {
         std::vector<BackupEntry> entries = ScanBackupFolder(platform, root);
         std::printf("The backup folder holds %zu driver backup(s):\n", entries.size());

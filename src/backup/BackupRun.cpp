@@ -115,8 +115,27 @@ std::string BackupRun::Lang(const char* key, const char* english) const {
     return app.GetLangText("FormMain", key, english);
 }
 
+std::vector<std::string> BackupRun::SearchDriverFiles(FileFinder& finder,
+                                                      const std::vector<std::string>& trees,
+                                                      BackupObserver& observer, int barFrom, int barTo) {
+    const DriverFileList& files = inventory.files;
+    std::vector<std::string> found(static_cast<std::size_t>(files.count) + 1);
+    for (int i = 1; i <= files.count; ++i) {
+        const std::string name = Trim(files.names[static_cast<std::size_t>(i)]);
+        observer.AppendLog("\r\n " + Lang("StrSearch", "Searching") + " " + name + "...");
+        std::string& path = found[static_cast<std::size_t>(i)];
+        // The INF is the one the list was read from, wherever it was found.
+        if (i == 1)
+            path = files.currentInfPath;
+        else if (!name.empty())
+            path = finder.FindFileInTrees(trees, name);
+        observer.Progress(barFrom + (barTo - barFrom) * i / files.count);
+    }
+    return found;
+}
+
 BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupItem>& items,
-                             BackupObserver& observer, const bool& stopFlag) {
+                             BackupObserver& observer) {
     Platform& platform = app.platform;
     FileSystem& fs = platform.fs;
     BackupSummary summary;
@@ -142,9 +161,10 @@ BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupIt
     } else {
         systemFolder = platform.system.GetSystemDirectory();
     }
+    const std::vector<std::string> trees = {systemFolder, windows};
     std::string workBase = form == BackupForm::Folder ? root : TempFolderNoSlash(platform);
     PackagingContext packaging{fs, platform.system, platform.resources, nullptr};
-    FileFinder finder(fs); // one index of each tree for the whole run
+    FileFinder finder(fs); // the trees are listed once for the whole run
     InventoryRun inventoryRun(inventory);
 
     int bar = 0;
@@ -168,39 +188,27 @@ BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupIt
         CreateDirectories(fs, folder);
         BackupInfoSource source = InfoSource(inventory, item.recordIndex);
         source.signature = GetSupportedOs(inventory, item.recordIndex);
-        WriteBackupInfo(platform, folder, source);
+        // A half-written information file must not pass for a backup.
+        if (!WriteBackupInfo(platform, folder, source))
+            fs.DeleteFile(folder + "\\" + kBackupInfoFile);
 
-        // Where each file lies: the INF is the one the list was built from; the others are
-        // looked up in the system folder's tree first, then the Windows folder's.
-        std::vector<std::string> found(static_cast<std::size_t>(files.count) + 1);
-        for (int i = 1; i <= files.count; ++i) {
-            const std::string name = Trim(files.names[static_cast<std::size_t>(i)]);
-            observer.AppendLog("\r\n " + Lang("StrSearch", "Searching") + " " + name + "...");
-            std::string& path = found[static_cast<std::size_t>(i)];
-            if (i == 1)
-                path = files.currentInfPath;
-            else if (!name.empty()) {
-                path = finder.FindFileRecursive(systemFolder, name);
-                if (path.empty())
-                    path = finder.FindFileRecursive(windows, name);
-            }
-            if (path.empty() && !name.empty())
-                summary.filesMissing.push_back(name);
-            // The search takes the first half of the driver's share; the bar never goes back.
-            bar = std::max(bar, Share(n, items.size(), i, 2 * files.count));
-            observer.Progress(bar);
-        }
+        // The search takes the first half of the driver's share; the bar never goes back.
+        std::vector<std::string> found =
+            SearchDriverFiles(finder, trees, observer, std::max(bar, Share(n, items.size(), 0, 1)),
+                              Share(n, items.size(), 1, 2));
+        bar = std::max(bar, Share(n, items.size(), 1, 2));
 
         for (int i = 1; i <= files.count; ++i) {
-            if (stopFlag) {
+            if (observer.Cancelled()) {
                 summary.stopped = true;
                 return summary;
             }
             const std::string& from = found[static_cast<std::size_t>(i)];
+            std::string fileName = Trim(files.names[static_cast<std::size_t>(i)]);
             std::string sourceName = Trim(files.sourceNames[static_cast<std::size_t>(i)]);
-            std::string to =
-                folder + "\\" +
-                (sourceName.empty() ? Trim(files.names[static_cast<std::size_t>(i)]) : sourceName);
+            std::string to = folder + "\\" + (sourceName.empty() ? fileName : sourceName);
+            if (from.empty() && !fileName.empty())
+                summary.filesMissing.push_back(fileName);
             if (!from.empty() && !EqualsNoCase(from, to)) {
                 observer.AppendLog("\r\n " + Lang("MsgBackingUp", "Backing up") + " " + from);
                 observer.Pump();

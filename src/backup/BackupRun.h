@@ -10,6 +10,7 @@
 namespace vantrel {
 
 class App;
+class FileFinder;
 class Inventory;
 struct Platform;
 
@@ -37,8 +38,10 @@ public:
     virtual void ClearLog() = 0;
     virtual void AppendLog(const std::string& text) = 0;
     virtual void Progress(int percent) = 0; // 0..100
-    // Lets the user's stop request in; the run reads the stop flag afterwards.
+    // Lets the user's stop request in.
     virtual void Pump() = 0;
+    // Asked before each file: true ends the run there, leaving what was copied.
+    virtual bool Cancelled() = 0;
 };
 
 struct BackupItem {
@@ -62,9 +65,15 @@ public:
     BackupRun(App& app, Inventory& inventory);
 
     // Backs up the items into root (which already holds "\Drivers Backup"). Reads the
-    // "Backup option" and "CompressionLevel" settings. stopFlag is checked before each file.
-    BackupSummary Run(const std::string& root, const std::vector<BackupItem>& items, BackupObserver& observer,
-                      const bool& stopFlag);
+    // "Backup option" and "CompressionLevel" settings.
+    BackupSummary Run(const std::string& root, const std::vector<BackupItem>& items,
+                      BackupObserver& observer);
+
+    // Where each entry of inventory.files lies on disk ("" when not found), 1-based like the
+    // list: the system folder's tree first, then the Windows folder's, through one index.
+    // Logs a search line per entry and moves the bar from barFrom to barTo.
+    std::vector<std::string> SearchDriverFiles(FileFinder& finder, const std::vector<std::string>& trees,
+                                               BackupObserver& observer, int barFrom, int barTo);
 
 private:
     std::string Lang(const char* key, const char* english) const;

@@ -29,7 +29,8 @@ constexpr char kTitle[] = "Vantrel";
 // The run's reports, shown in the tab's controls.
 class ViewObserver : public BackupObserver {
 public:
-    ViewObserver(View& view, std::string completed) : view(view), completed(std::move(completed)) {}
+    ViewObserver(View& view, std::string completed, const bool& stopRequested)
+        : view(view), completed(std::move(completed)), stopRequested(stopRequested) {}
     void DriverStarted(int row) override { view.SelectRow(kList, row); }
     void ClearLog() override { view.SetText(kLog, ""); }
     void AppendLog(const std::string& text) override { view.AppendText(kLog, text); }
@@ -38,10 +39,12 @@ public:
         view.SetCaption(kBarLabel, std::to_string(percent) + "% " + completed);
     }
     void Pump() override { view.PumpMessages(); }
+    bool Cancelled() override { return stopRequested; }
 
 private:
     View& view;
     std::string completed;
+    const bool& stopRequested; // set by a second click while the run pumps messages
 };
 
 } // namespace
@@ -67,6 +70,12 @@ bool BackupRunPage::OnColumnClick(std::string_view list, int) {
 
 bool BackupRunPage::OnRowClick(std::string_view list, int) {
     return running && list == kList;
+}
+
+void BackupRunPage::OnLanguageApplied() {
+    // A new language sets the idle caption; a running backup keeps its stop caption.
+    if (running && mainPage.Tag(kButton) == kTagStop)
+        view.SetCaption(kButton, Lang("CmdStopBackup", "&Stop Backup"));
 }
 
 bool BackupRunPage::QueryClose() {
@@ -158,9 +167,9 @@ void BackupRunPage::StartBackup() {
     view.SetCaption(kBarLabel, "0% " + completed);
     view.PumpMessages();
 
-    ViewObserver observer(view, completed);
+    ViewObserver observer(view, completed, stopRequested);
     BackupRun run(app, inventory);
-    BackupSummary summary = run.Run(root, items, observer, stopRequested);
+    BackupSummary summary = run.Run(root, items, observer);
 
     if (summary.stopped) {
         SetIdle();

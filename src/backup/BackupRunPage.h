@@ -26,6 +26,7 @@ public:
     bool HandleCommand(std::string_view control) override;
     bool OnColumnClick(std::string_view list, int column) override;
     bool OnRowClick(std::string_view list, int row) override;
+    void OnLanguageApplied() override;
     // Closing the window during a run asks to stop it, as the button does; the window
     // stays until the run has ended.
     bool QueryClose() override;

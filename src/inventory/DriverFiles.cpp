@@ -1,5 +1,7 @@
 #include "inventory/DriverFiles.h"
 
+#include <algorithm>
+
 #include "inventory/InfFile.h"
 #include "inventory/Inventory.h"
 #include "platform/FileSystem.h"
@@ -141,23 +143,56 @@ std::string GetSupportedOs(Inventory& inventory, int recordIndex) {
     return {};
 }
 
+namespace {
+
+std::string WithoutTrailingSlash(std::string folder) {
+    while (folder.size() > 1 && folder.back() == '\\')
+        folder.pop_back();
+    return folder;
+}
+
+} // namespace
+
 std::string FileFinder::FindFileRecursive(const std::string& folder, std::string_view name) {
-    if (found >= kMaxFound)
+    return FindFileInTrees({folder}, name);
+}
+
+std::string FileFinder::FindFileInTrees(const std::vector<std::string>& folders, std::string_view name) {
+    if (found >= kMaxFound || folders.empty())
         return {};
-    std::string root = folder;
-    while (root.size() > 1 && root.back() == '\\')
-        root.pop_back();
-    auto [tree, added] = trees.try_emplace(LowerAscii(root));
-    if (added)
-        Walk(root, &tree->second);
-    auto hit = tree->second.find(LowerAscii(name));
-    if (hit == tree->second.end())
+    std::vector<std::string> roots;
+    std::string key;
+    for (const auto& folder : folders) {
+        roots.push_back(WithoutTrailingSlash(folder));
+        key += LowerAscii(roots.back()) + '\n';
+    }
+    key.pop_back();
+    auto [tree, added] = trees.try_emplace(key);
+    if (added) {
+        std::vector<std::string> walked;
+        for (const auto& root : roots) {
+            std::string lower = LowerAscii(root);
+            bool inside = std::any_of(walked.begin(), walked.end(), [&](const std::string& earlier) {
+                return lower == earlier || lower.starts_with(earlier + '\\');
+            });
+            // A name is kept from the first tree that has it, so a later tree adds only new names.
+            if (!inside)
+                Walk(root, &tree->second, walked);
+            walked.push_back(lower);
+        }
+    }
+    return Lookup(tree->second, name);
+}
+
+std::string FileFinder::Lookup(const Index& index, std::string_view name) {
+    auto hit = index.find(LowerAscii(name));
+    if (hit == index.end())
         return {};
     ++found;
     return hit->second;
 }
 
-void FileFinder::Walk(const std::string& root, Index* index) {
+void FileFinder::Walk(const std::string& root, Index* index, const std::vector<std::string>& skip) {
     struct Frame {
         std::string folder;
         std::vector<FindData> entries;
@@ -184,7 +219,8 @@ void FileFinder::Walk(const std::string& root, Index* index) {
         std::string path = frame.folder + "\\" + entry.name;
         if (!entry.IsDirectory()) {
             index->try_emplace(LowerAscii(entry.name), std::move(path));
-        } else if ((entry.attributes & kFileAttributeReparsePoint) == 0) {
+        } else if ((entry.attributes & kFileAttributeReparsePoint) == 0 &&
+                   std::find(skip.begin(), skip.end(), LowerAscii(path)) == skip.end()) {
             // Junctions are not followed: they lead back into trees already walked.
             stack.push_back(list(path));
         }

@@ -36,16 +36,21 @@ public:
     // The full path of the first file named `name` (any case) met in a depth-first walk of
     // folder, in listing order; "" when there is none, or once 65,535 files have been found.
     std::string FindFileRecursive(const std::string& folder, std::string_view name);
+    // The same over several trees in turn: the first tree that holds the name wins. The
+    // trees share one index, and a tree that lies inside an earlier one is listed only once.
+    std::string FindFileInTrees(const std::vector<std::string>& folders, std::string_view name);
     int FoundCount() const { return found; }
     // How many folders were listed so far (each tree is listed once).
     std::size_t FoldersListed() const { return listed; }
 
 private:
     using Index = std::unordered_map<std::string, std::string>; // lower-cased name -> path
-    void Walk(const std::string& folder, Index* index);
+    // Adds the files of the tree at root; folders named in skip (lower-cased) are left out.
+    void Walk(const std::string& root, Index* index, const std::vector<std::string>& skip);
+    std::string Lookup(const Index& index, std::string_view name);
 
     FileSystem& fs;
-    std::unordered_map<std::string, Index> trees; // by lower-cased folder
+    std::unordered_map<std::string, Index> trees; // by lower-cased folder(s)
     int found = 0;
     std::size_t listed = 0;
 };
