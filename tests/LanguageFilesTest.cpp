@@ -1,5 +1,6 @@
 // Every text the program looks up must be in English.ini, with the code's English default
-// as its value, and every other language file must carry the same keys.
+// as its value, and every other language file must carry the same keys, with accelerators
+// a keyboard user can still tell apart.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include <regex>
 #include <set>
 #include <sstream>
+#include <vector>
 
 #include "TestMachine.h"
 #include "app/MainPage.h"
@@ -218,6 +220,121 @@ TEST(LanguageCoverage, EveryLanguageFileIsComplete) {
             report += language + " has empty values (they fall back to English):" + empty + "\n";
         if (!languageItems.empty())
             report += language + " captions language items:" + languageItems + "\n";
+    }
+    EXPECT_TRUE(report.empty()) << report;
+}
+
+// The key an accelerator answers to: the code point after a single '&', folded to lower case
+// for the scripts the language files use, as the window's mnemonic match ignores case.
+std::optional<char32_t> AcceleratorKey(const std::string& caption) {
+    for (std::size_t i = 0; i + 1 < caption.size(); ++i) {
+        if (caption[i] != '&')
+            continue;
+        if (caption[i + 1] == '&') {
+            ++i;
+            continue;
+        }
+        auto byte = [&](std::size_t at) {
+            return static_cast<unsigned char>(at < caption.size() ? caption[at] : 0);
+        };
+        unsigned char lead = byte(i + 1);
+        char32_t c = lead;
+        if (lead >= 0xF0)
+            c = (lead & 0x07u) << 18 | (byte(i + 2) & 0x3Fu) << 12 | (byte(i + 3) & 0x3Fu) << 6 |
+                (byte(i + 4) & 0x3Fu);
+        else if (lead >= 0xE0)
+            c = (lead & 0x0Fu) << 12 | (byte(i + 2) & 0x3Fu) << 6 | (byte(i + 3) & 0x3Fu);
+        else if (lead >= 0xC0)
+            c = (lead & 0x1Fu) << 6 | (byte(i + 2) & 0x3Fu);
+        if (c >= 'A' && c <= 'Z')
+            c += 0x20;
+        else if (c >= 0xC0 && c <= 0xDE && c != 0xD7) // Latin-1
+            c += 0x20;
+        else if ((c >= 0x100 && c <= 0x137) || (c >= 0x14A && c <= 0x177)) // Latin Extended-A pairs
+            c |= 1;
+        else if (((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) && (c & 1))
+            c += 1;
+        else if (c == 0x130) // Turkish dotted capital I
+            c = 'i';
+        else if (c >= 0x410 && c <= 0x42F) // Cyrillic
+            c += 0x20;
+        else if (c >= 0x400 && c <= 0x40F)
+            c += 0x50;
+        else if (c >= 0x490 && c <= 0x4BF)
+            c |= 1;
+        return c;
+    }
+    return std::nullopt;
+}
+
+// Captions shown side by side, whose accelerators must differ: each pop-up of the menu bar,
+// the bar itself, and the buttons each page enables together.
+std::vector<std::vector<LangKey>> AcceleratorGroups() {
+    std::vector<std::vector<LangKey>> groups(1);
+    for (const auto& entry : MainMenu()) {
+        if (entry.level == 0) {
+            groups.front().push_back(MakeKey("FormMain", entry.name));
+            groups.emplace_back();
+        } else if (entry.level == 1) {
+            groups.back().push_back(MakeKey("FormMain", entry.name));
+        }
+    }
+    // While a backup runs its Stop button is alone: the select button is disabled.
+    for (const char* select : {"CmdSelectAll", "CmdSelectNone"}) {
+        groups.push_back({MakeKey("FormMain", "CmdStartBackup"), MakeKey("FormMain", select)});
+        groups.push_back({MakeKey("FormMain", "CmdRestore"), MakeKey("FormMain", select)});
+    }
+    groups.push_back({MakeKey("FormUpdate", "CmdDownload"), MakeKey("FormUpdate", "CmdHide")});
+    return groups;
+}
+
+TEST(LanguageAccelerators, KeyIsFoldedAcrossScripts) {
+    EXPECT_EQ(AcceleratorKey("Driver &Backup"), AcceleratorKey("&black"));
+    EXPECT_EQ(AcceleratorKey("Save && &Quit"), AcceleratorKey("&q"));
+    EXPECT_FALSE(AcceleratorKey("Save && Quit"));
+    EXPECT_FALSE(AcceleratorKey("Trailing &"));
+    EXPECT_EQ(AcceleratorKey("&Архив"), AcceleratorKey("&архив")); // Cyrillic
+    EXPECT_EQ(AcceleratorKey("&Їжак"), AcceleratorKey("&їжак"));   // Ukrainian Yi
+    EXPECT_EQ(AcceleratorKey("&Ústí"), AcceleratorKey("&úterý"));  // Latin-1
+    EXPECT_EQ(AcceleratorKey("&Łódź"), AcceleratorKey("&łza"));    // Latin Extended-A, odd capital
+    EXPECT_EQ(AcceleratorKey("&Şimdi"), AcceleratorKey("&şu"));    // Latin Extended-A, even capital
+    EXPECT_NE(AcceleratorKey("&Ordner"), AcceleratorKey("&Öffnen"));
+    EXPECT_NE(AcceleratorKey("&גיבוי"), AcceleratorKey("&שחזור"));
+}
+
+TEST(LanguageAccelerators, EveryFileKeepsDistinctAccelerators) {
+    auto files = LanguageFiles();
+    const IniFile& english = files["English"];
+    auto groups = AcceleratorGroups();
+    ASSERT_GT(groups.size(), 6u);
+    std::string report;
+    for (const auto& [language, values] : files) {
+        std::string problems;
+        // A caption reachable by keyboard in English stays reachable.
+        for (const auto& [key, text] : english) {
+            auto found = values.find(key);
+            if (found == values.end() || !AcceleratorKey(text))
+                continue;
+            auto accelerator = AcceleratorKey(found->second);
+            if (!accelerator || *accelerator == U' ')
+                problems += " [" + key.first + "]" + key.second + " has no accelerator;";
+        }
+        for (const auto& group : groups) {
+            std::map<char32_t, std::string> taken;
+            for (const auto& key : group) {
+                auto found = values.find(key);
+                if (found == values.end())
+                    continue;
+                auto accelerator = AcceleratorKey(found->second);
+                if (!accelerator)
+                    continue;
+                auto [it, added] = taken.emplace(*accelerator, found->second);
+                if (!added)
+                    problems += " \"" + it->second + "\" and \"" + found->second + "\" share a key;";
+            }
+        }
+        if (!problems.empty())
+            report += language + ":" + problems + "\n";
     }
     EXPECT_TRUE(report.empty()) << report;
 }

@@ -152,7 +152,8 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int) {
     }
     if (command.silent || state.settings.silent || quiet) {
         std::string folder = quiet ? command.folder : DefaultFolder(state);
-        if (!ExtractSelf(state.fs, state.self, folder, true, nullptr, &error)) {
+        bool overwrite = quiet || state.settings.overwrite;
+        if (!ExtractSelf(state.fs, state.self, folder, overwrite, nullptr, &error)) {
             if (!quiet)
                 MessageBoxA(nullptr, ("The files could not be unpacked: " + error).c_str(), "Vantrel",
                             MB_OK | MB_ICONERROR);

@@ -22,7 +22,7 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
         for (const auto& entry : entries)
             text += "  " + entry.driverDesc + " (" + entry.driverVersion + ")\n";
         text += "\nThey have been unpacked to " + folder +
-                ". Restore them with Vantrel (Driver Restoration, Restore From Folder).";
+                ".\n\nInstalling them from this package comes with a later version of Vantrel.";
     }
     MessageBoxA(nullptr, text.c_str(), "Vantrel Auto-Setup", MB_OK | MB_ICONINFORMATION);
     return 0;

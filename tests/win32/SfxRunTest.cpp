@@ -2,7 +2,8 @@
 // made with the packaging code and started as Windows programs.
 #include <gtest/gtest.h>
 
-#include <map>
+#include <utility>
+#include <vector>
 
 #include "Win32TestSupport.h"
 #include "backup/Packaging.h"
@@ -19,12 +20,50 @@ namespace {
 class BuiltHelpers : public Resources {
 public:
     bool LoadCustom(int id, std::string* bytes) override {
+        Win32FileSystem fs;
+        if (id == kResAutoSetupWizard && !wizard.empty())
+            return ReadWholeFile(fs, wizard, bytes);
         std::string folder = std::string("Z:") + VANTREL_RESOURCE_DIR;
         for (char& c : folder)
             c = c == '/' ? '\\' : c;
-        Win32FileSystem fs;
         return ReadWholeFile(fs, folder + "\\" + std::to_string(id) + ".bin", bytes);
     }
+
+    std::string wizard; // another program to carry as the wizard
+};
+
+// Names in folder that match pattern.
+std::vector<std::string> Matching(const std::string& folder, const char* pattern) {
+    std::vector<std::string> names;
+    WIN32_FIND_DATAA data;
+    HANDLE find = FindFirstFileA((folder + "\\" + pattern).c_str(), &data);
+    if (find == INVALID_HANDLE_VALUE)
+        return names;
+    do
+        names.push_back(data.cFileName);
+    while (FindNextFileA(find, &data));
+    FindClose(find);
+    return names;
+}
+
+// Points TMP and TEMP of this process, and so of the programs it starts, at folder.
+class TempFolderOverride {
+public:
+    explicit TempFolderOverride(const std::string& folder) {
+        for (const char* name : {"TMP", "TEMP"}) {
+            char value[MAX_PATH * 2] = {};
+            DWORD length = GetEnvironmentVariableA(name, value, sizeof(value));
+            saved.emplace_back(name, length ? std::string(value, length) : std::string());
+            SetEnvironmentVariableA(name, folder.c_str());
+        }
+    }
+    ~TempFolderOverride() {
+        for (const auto& [name, value] : saved)
+            SetEnvironmentVariableA(name.c_str(), value.empty() ? nullptr : value.c_str());
+    }
+
+private:
+    std::vector<std::pair<std::string, std::string>> saved;
 };
 
 int RunProgram(const std::string& program, const std::string& arguments) {
@@ -84,6 +123,26 @@ TEST_F(SfxRun, LauncherFindsTheArchiveByItsTrailerAndPassesArguments) {
     EXPECT_EQ(Read(scratch / "auto\\Drv One\\a.sys"), std::string(70000, 'a'));
     std::string wizard = Read(scratch / "auto\\DriverAutoInstall.exe");
     EXPECT_EQ(wizard.substr(0, 2), "MZ");
+}
+
+TEST_F(SfxRun, AutoSetupWithoutArgumentsUnpacksIntoTheTemporaryFolderAndLeavesNoCopies) {
+    // The package starts its wizard after unpacking: a stand-in that ends without a window.
+    helpers.wizard = system.GetSystemDirectory() + "\\hostname.exe";
+    ASSERT_TRUE(fs.Exists(helpers.wizard));
+    ASSERT_EQ(SelfExtractAutoExeProcess(context, Job("DriverAutoSetup.exe")), kPackOk);
+    ASSERT_TRUE(FinishAutoSetupPackage(context, scratch / "DriverAutoSetup.exe"));
+    std::string temp = scratch / "temp";
+    ASSERT_TRUE(fs.CreateDirectory(temp));
+    {
+        // A trailing backslash, as GetTempPath returns it, must not double in the paths.
+        TempFolderOverride override(temp + "\\");
+        ASSERT_EQ(RunProgram(scratch / "DriverAutoSetup.exe", ""), 0);
+    }
+    EXPECT_EQ(Read(temp + "\\DrvAutoSetup\\Drv One\\a.sys"), std::string(70000, 'a'));
+    EXPECT_EQ(Read(temp + "\\DrvAutoSetup\\DriverAutoInstall.exe"), Read(helpers.wizard));
+    // The launcher's copy of the self-extractor is gone again, with its name's placeholder.
+    EXPECT_EQ(Matching(temp, "*.exe"), std::vector<std::string>{});
+    EXPECT_EQ(Matching(temp, "*.tmp"), std::vector<std::string>{});
 }
 
 TEST_F(SfxRun, DamagedPackagesFailWithoutWriting) {
