@@ -297,6 +297,25 @@ TEST_P(FileSystemContract, LargeFileRoundTripWithSeek) {
     EXPECT_EQ(ReadAll(fs, path), bytes);
 }
 
+TEST_P(FileSystemContract, ReadAllHoldsTheWholeFileOrNothing) {
+    FileSystem& fs = ports->fs();
+    const std::string dir = ports->tempDir();
+    std::string bytes = "[Version]\r\n" + std::string(70000, 'x') + std::string("\0\xFF end", 6);
+    ASSERT_TRUE(WriteWholeFile(fs, dir + "\\Net.inf", bytes));
+    ASSERT_TRUE(WriteWholeFile(fs, dir + "\\empty.inf", ""));
+    auto whole = fs.ReadAll(dir + "\\NET.INF", bytes.size());
+    ASSERT_NE(whole, nullptr);
+    EXPECT_EQ(whole->View(), bytes);
+    // Another file read while the first is held does not disturb it.
+    auto empty = fs.ReadAll(dir + "\\empty.inf", 100);
+    ASSERT_NE(empty, nullptr);
+    EXPECT_EQ(empty->View(), "");
+    EXPECT_EQ(whole->View().substr(0, 9), "[Version]");
+    EXPECT_EQ(fs.ReadAll(dir + "\\net.inf", bytes.size() - 1), nullptr);
+    EXPECT_EQ(fs.ReadAll(dir + "\\none.inf", 100), nullptr);
+    EXPECT_EQ(fs.ReadAll(dir, 1 << 20), nullptr);
+}
+
 TEST_P(FileSystemContract, WriteTruncatesAndAppendAdds) {
     FileSystem& fs = ports->fs();
     const std::string path = ports->tempDir() + "\\log.txt";
@@ -333,6 +352,15 @@ TEST_P(FileSystemContract, FindFilesMatchesWildcardsIgnoringCase) {
     EXPECT_FALSE(found[0].IsDirectory());
     ASSERT_TRUE(fs.FindFiles(dir + "\\SUB", &found));
     EXPECT_TRUE(found[0].IsDirectory());
+
+    // The cheaper listing: files only, in any order.
+    Names names;
+    ASSERT_TRUE(fs.FileNames(dir, &names));
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (Names{"Alpha.TXT", "beta.txt", "gamma.inf", "nodot"}));
+    EXPECT_TRUE(fs.FileNames(dir + "\\Sub", &names));
+    EXPECT_EQ(names, Names{});
+    EXPECT_FALSE(fs.FileNames(dir + "\\Missing", &names));
 }
 
 TEST_P(FileSystemContract, PathsIgnoreCaseAndTakeEitherSlash) {

@@ -27,14 +27,15 @@ void ReadFileListSection(DriverFileList& files, const InfText& inf, std::string_
     header += LowerAscii(sectionName);
     header += ']';
     for (std::string_view raw : inf.SectionLines(header)) {
-        std::string line = CleanInfLine(StripInfComment(raw));
+        std::string cleaned = CleanInfLine(StripInfComment(raw));
+        std::string_view line = cleaned;
         auto comma = line.find(',');
-        std::string name = Trim(CleanInfLine(std::string_view(line).substr(0, comma)));
+        std::string_view name = TrimView(line.substr(0, comma));
         // "dest,source,...": the second field is the name on the installation medium.
-        std::string source;
-        if (comma != std::string::npos) {
-            std::string_view rest = std::string_view(line).substr(comma + 1);
-            source = Trim(CleanInfLine(rest.substr(0, rest.find(','))));
+        std::string_view source;
+        if (comma != std::string_view::npos) {
+            std::string_view rest = line.substr(comma + 1);
+            source = TrimView(rest.substr(0, rest.find(',')));
         }
         if (!name.empty())
             files.Append(name, source);
@@ -75,7 +76,7 @@ void BuildDriverFileList(Inventory& inventory, int recordIndex) {
         return;
     }
     const DriverRecord& record = inventory.drivers[recordIndex];
-    std::string infPath = record.infPath.Trimmed();
+    std::string_view infPath = record.infPath.TrimmedView();
     files.Start(infPath);
     if (infPath.empty())
         return;
@@ -101,7 +102,7 @@ void BuildDriverFileList(Inventory& inventory, int recordIndex) {
         AppendCatalog(files, decorated);
     }
 
-    std::string section = LowerAscii(record.infSection.Trimmed());
+    std::string section = LowerAscii(record.infSection.TrimmedView());
     ReadInstallSection(inventory, *inf, "[" + section + "]");
     ReadInstallSection(inventory, *inf, "[" + section + ".coinstallers]");
 }

@@ -36,6 +36,10 @@ std::string FixedText::Trimmed() const {
     return Trim(text);
 }
 
+std::string_view FixedText::TrimmedView() const {
+    return TrimView(text);
+}
+
 DriverRecord* DriverList::Append() {
     if (count >= kMaxCount)
         return nullptr;

@@ -18,6 +18,7 @@ public:
     void Clear() { text.assign(text.size(), ' '); }
     const std::string& Raw() const { return text; }
     std::string Trimmed() const;
+    std::string_view TrimmedView() const; // valid until the field changes
     std::size_t Width() const { return text.size(); }
     bool operator==(const FixedText& other) const { return text == other.text; }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "app/SystemServices.h"
@@ -74,7 +75,15 @@ private:
     int steps = 0;
 };
 
-void AddNtInstance(Inventory& inventory, RegHandle instance, bool shortClassName) {
+// What the NT walk keeps open and remembers between devices: the class root, and each class's
+// name, which many devices share.
+struct NtWalk {
+    RegHandle classRoot = 0;
+    bool shortClassName = false;
+    std::unordered_map<std::string, std::string> classNames; // by lower-cased class key
+};
+
+void AddNtInstance(Inventory& inventory, RegHandle instance, NtWalk& walk) {
     Registry& registry = inventory.platform.registry;
     std::string driver;
     ReadRegText(registry, instance, "Driver", kDriverValueChars, &driver);
@@ -86,7 +95,7 @@ void AddNtInstance(Inventory& inventory, RegHandle instance, bool shortClassName
 
     RegKey driverKey(registry);
     std::string probe;
-    if (driverKey.Open(kHkeyLocalMachine, std::string(kClassKeyPath) + "\\" + driver) != kErrorSuccess ||
+    if (driverKey.Open(walk.classRoot, driver) != kErrorSuccess ||
         !ReadRegText(registry, driverKey.Handle(), "infpath", kInfPathProbeChars, &probe))
         return;
     DriverRecord* record = inventory.drivers.Append();
@@ -98,11 +107,15 @@ void AddNtInstance(Inventory& inventory, RegHandle instance, bool shortClassName
 
     auto slash = driver.find('\\');
     if (slash != std::string::npos) {
-        RegKey classKey(registry);
-        if (classKey.Open(kHkeyLocalMachine, std::string(kClassKeyPath) + "\\" + driver.substr(0, slash)) ==
-            kErrorSuccess)
-            record->className.Set(
-                ReadField(registry, classKey.Handle(), shortClassName ? "Class" : "", kClassNameWidth));
+        auto [name, added] =
+            walk.classNames.try_emplace(LowerAscii(std::string_view(driver).substr(0, slash)));
+        if (added) {
+            RegKey classKey(registry);
+            if (classKey.Open(walk.classRoot, driver.substr(0, slash)) == kErrorSuccess)
+                name->second = ReadField(registry, classKey.Handle(), walk.shortClassName ? "Class" : "",
+                                         kClassNameWidth);
+        }
+        record->className.Set(name->second);
     }
     CompleteDateAndVersion(inventory, *record);
 }
@@ -145,21 +158,21 @@ bool ReadRegText(Registry& registry, RegHandle key, std::string_view name, std::
 void CompleteDateAndVersion(Inventory& inventory, DriverRecord& record) {
     if (IsMicrosoftProvider(record.providerName.Raw()))
         return;
-    if (record.driverDate.Trimmed().empty() || record.driverVersion.Trimmed().empty()) {
+    if (record.driverDate.TrimmedView().empty() || record.driverVersion.TrimmedView().empty()) {
         std::string path = LocateInf(inventory, record.infPath.Raw(), false);
         auto inf = path.empty() ? nullptr : inventory.LoadInf(path);
         if (inf) {
             std::string driverVer = CutAtNul(inf->VersionValue("DriverVer", kDriverVerChars));
             auto comma = driverVer.find(',');
-            if (record.driverDate.Trimmed().empty())
+            if (record.driverDate.TrimmedView().empty())
                 record.driverDate.Set(NormalizeDate(driverVer.substr(0, comma)));
-            if (record.driverVersion.Trimmed().empty() && comma != std::string::npos)
+            if (record.driverVersion.TrimmedView().empty() && comma != std::string::npos)
                 record.driverVersion.Set(Trim(driverVer.substr(comma + 1)));
         }
     }
-    if (record.driverDate.Trimmed().empty())
+    if (record.driverDate.TrimmedView().empty())
         record.driverDate.Set("null");
-    if (record.driverVersion.Trimmed().empty())
+    if (record.driverVersion.TrimmedView().empty())
         record.driverVersion.Set("null");
 }
 
@@ -168,11 +181,15 @@ void EnumerateDriversNt(Inventory& inventory) {
     OsVersion version = inventory.platform.system.GetVersion();
     // Windows 8 and later name the class by its short "Class" value; older ones by the
     // display name in the default value.
-    bool shortClassName = (version.major == 6 && (version.minor == 2 || version.minor == 3)) ||
+    NtWalk walk;
+    walk.shortClassName = (version.major == 6 && (version.minor == 2 || version.minor == 3)) ||
                           (version.major == 10 && version.minor == 0);
-    RegKey enumKey(registry);
-    if (enumKey.Open(kHkeyLocalMachine, kEnumKeyPath) != kErrorSuccess)
+    RegKey enumKey(registry), classRoot(registry);
+    // Without the class tree no device has a driver key to read.
+    if (enumKey.Open(kHkeyLocalMachine, kEnumKeyPath) != kErrorSuccess ||
+        classRoot.Open(kHkeyLocalMachine, kClassKeyPath) != kErrorSuccess)
         return;
+    walk.classRoot = classRoot.Handle();
     Pacer pacer(inventory);
     ForEachSubKey(registry, enumKey.Handle(), kEnumNameChars, [&](const std::string& enumerator) {
         RegKey enumeratorKey(registry);
@@ -185,7 +202,7 @@ void EnumerateDriversNt(Inventory& inventory) {
             ForEachSubKey(registry, deviceKey.Handle(), kEnumNameChars, [&](const std::string& instanceId) {
                 RegKey instanceKey(registry);
                 if (instanceKey.Open(deviceKey.Handle(), instanceId) == kErrorSuccess)
-                    AddNtInstance(inventory, instanceKey.Handle(), shortClassName);
+                    AddNtInstance(inventory, instanceKey.Handle(), walk);
                 pacer.Step();
             });
         });

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/FileSystem.h"
 #include "platform/System.h"
 #include "util/Text.h"
 
@@ -26,6 +27,14 @@ std::string_view TrimProfile(std::string_view s) {
     while (!s.empty() && (s.back() == ' ' || s.back() == '\t'))
         s.remove_suffix(1);
     return s;
+}
+
+// FNV-1a: short keys, hashed once each.
+std::uint64_t KeyHash(std::string_view key) {
+    std::uint64_t hash = 14695981039346656037ull;
+    for (char c : key)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+    return hash;
 }
 
 std::string HeaderKey(std::string_view line) {
@@ -59,14 +68,15 @@ char* PutUtf8(char* out, std::uint32_t cp) {
     return out;
 }
 
-// UTF-16LE to UTF-8; INF text is nearly all ASCII, which takes the short way. A lone
-// surrogate becomes U+FFFD and an odd last byte is dropped. Written through a pointer into
-// a buffer sized for the worst case (3 bytes per unit): large INFs are decoded every run.
-std::string Utf16ToUtf8(std::string_view bytes) {
+// UTF-16LE to UTF-8; INF text is nearly all ASCII, which takes the short way and is sized
+// for exactly that. A lone surrogate becomes U+FFFD and an odd last byte is dropped. *ascii
+// tells whether every unit was ASCII, so the text needs no code-page conversion after.
+std::string Utf16ToUtf8(std::string_view bytes, bool* ascii) {
     const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
     std::size_t units = bytes.size() / 2;
-    std::string out(units * 3, '\0');
+    std::string out(units, '\0');
     char* o = out.data();
+    *ascii = true;
     for (std::size_t k = 0; k < units; ++k) {
         // Four ASCII units at a time: every high byte zero and every low byte below 0x80.
         while (k + 4 <= units) {
@@ -88,6 +98,13 @@ std::string Utf16ToUtf8(std::string_view bytes) {
             *o++ = static_cast<char>(u);
             continue;
         }
+        if (*ascii) {
+            // From here on a unit may take three bytes.
+            *ascii = false;
+            std::size_t done = static_cast<std::size_t>(o - out.data());
+            out.resize(done + (units - k) * 3);
+            o = out.data() + done;
+        }
         if (u >= 0xD800 && u <= 0xDBFF && k + 1 < units) {
             std::uint32_t low = p[2 * k + 2] | (static_cast<std::uint32_t>(p[2 * k + 3]) << 8);
             if (low >= 0xDC00 && low <= 0xDFFF) {
@@ -105,11 +122,12 @@ std::string Utf16ToUtf8(std::string_view bytes) {
 } // namespace
 
 std::string CleanInfLine(std::string_view line) {
-    std::string out;
-    out.reserve(line.size());
-    for (char c : line) {
-        if (!IsControl(c))
-            out.push_back(c);
+    // Most lines hold no control character but their CR: copy up to the first in one go.
+    auto first = std::find_if(line.begin(), line.end(), IsControl);
+    std::string out(line.begin(), first);
+    for (auto c = first; c != line.end(); ++c) {
+        if (!IsControl(*c))
+            out.push_back(*c);
     }
     return out;
 }
@@ -124,14 +142,32 @@ std::string ReplaceWithBlank(std::string_view text, char character) {
     return out;
 }
 
-std::string DecodeInfBytes(std::string bytes, System& system) {
-    std::string_view view(bytes);
-    if (view.size() >= 2 && static_cast<unsigned char>(view[0]) == 0xFF &&
-        static_cast<unsigned char>(view[1]) == 0xFE)
-        return system.Utf8ToAnsi(Utf16ToUtf8(view.substr(2)));
-    if (view.size() >= 3 && view.substr(0, 3) == "\xEF\xBB\xBF")
-        return system.Utf8ToAnsi(view.substr(3));
-    return bytes;
+namespace {
+
+bool IsUtf16Le(std::string_view bytes) {
+    return bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF &&
+           static_cast<unsigned char>(bytes[1]) == 0xFE;
+}
+
+bool IsUtf8WithMark(std::string_view bytes) {
+    return bytes.substr(0, 3) == "\xEF\xBB\xBF";
+}
+
+} // namespace
+
+bool InfNeedsDecoding(std::string_view bytes) {
+    return IsUtf16Le(bytes) || IsUtf8WithMark(bytes);
+}
+
+std::string DecodeInfBytes(std::string_view bytes, System& system) {
+    if (IsUtf16Le(bytes)) {
+        bool ascii = false;
+        std::string utf8 = Utf16ToUtf8(bytes.substr(2), &ascii);
+        return ascii ? utf8 : system.Utf8ToAnsi(utf8); // ASCII reads the same in every code page
+    }
+    if (IsUtf8WithMark(bytes))
+        return system.Utf8ToAnsi(bytes.substr(3));
+    return std::string(bytes);
 }
 
 std::vector<std::string_view> SplitInfLines(std::string_view block) {
@@ -149,14 +185,19 @@ std::vector<std::string_view> SplitInfLines(std::string_view block) {
     return lines;
 }
 
-InfText::InfText(std::string textIn) : text(std::move(textIn)) {
-    // Only the lines that open a section are indexed; a section's body is cut out of the
-    // text when it is asked for, so a whole INF is scanned once with memchr.
+InfText::InfText(std::string textIn) : owned(std::move(textIn)), text(owned) {}
+
+InfText::InfText(std::unique_ptr<const FileBytes> bytes) : file(std::move(bytes)), text(file->View()) {}
+
+InfText::~InfText() = default;
+
+// Only the lines that open a section are indexed, and only as far as a look-up needs: the
+// sections asked for sit near the top, before the long [Strings] list.
+bool InfText::IndexNextHeader() const {
     const char* base = text.data();
     std::size_t size = text.size();
-    std::size_t pos = 0;
-    while (pos < size) {
-        const void* hit = std::memchr(base + pos, '[', size - pos);
+    while (scanned < size) {
+        const void* hit = std::memchr(base + scanned, '[', size - scanned);
         if (hit == nullptr)
             break;
         std::size_t bracket = static_cast<std::size_t>(static_cast<const char*>(hit) - base);
@@ -165,16 +206,31 @@ InfText::InfText(std::string textIn) : text(std::move(textIn)) {
                (base[lineStart - 1] == ' ' || IsControl(base[lineStart - 1])))
             --lineStart;
         std::size_t lineEnd = LineEnd(text, bracket);
+        scanned = lineEnd;
         if (lineStart == 0 || IsLineBreak(base[lineStart - 1])) {
-            headers.push_back({lineStart, bracket, lineEnd});
-            byHeaderLine.emplace(HeaderKey(LineAt(lineStart, lineEnd)), headers.size() - 1);
+            std::string key = HeaderKey(LineAt(lineStart, lineEnd));
+            std::uint64_t hash = KeyHash(key);
+            headers.push_back({lineStart, bracket, lineEnd, hash, std::move(key)});
+            return true;
         }
-        pos = lineEnd;
     }
+    scanned = size;
+    return false;
+}
+
+std::size_t InfText::FindHeader(std::string_view header) const {
+    // A scan in file order finds the first header of the name. An INF has a few dozen
+    // sections, so comparing hashes side by side beats a hash table's scattered nodes.
+    std::uint64_t hash = KeyHash(header);
+    for (std::size_t k = 0; k < headers.size() || IndexNextHeader(); ++k) {
+        if (headers[k].keyHash == hash && headers[k].key == header)
+            return k;
+    }
+    return kNoHeader;
 }
 
 std::size_t InfText::BodyEnd(std::size_t headerIndex, bool profileRules) const {
-    for (std::size_t k = headerIndex + 1; k < headers.size(); ++k) {
+    for (std::size_t k = headerIndex + 1; k < headers.size() || IndexNextHeader(); ++k) {
         // The line reader stops only at a "[" in the first column; the profile reader at any
         // line that starts with one after blanks.
         if (profileRules || headers[k].bracket == headers[k].lineStart)
@@ -184,15 +240,15 @@ std::size_t InfText::BodyEnd(std::size_t headerIndex, bool profileRules) const {
 }
 
 bool InfText::HasSection(std::string_view header) const {
-    return byHeaderLine.find(std::string(header)) != byHeaderLine.end();
+    return FindHeader(header) != kNoHeader;
 }
 
 std::vector<std::string_view> InfText::SectionLines(std::string_view header) const {
-    auto found = byHeaderLine.find(std::string(header));
-    if (found == byHeaderLine.end())
+    std::size_t index = FindHeader(header);
+    if (index == kNoHeader)
         return {};
-    const Header& h = headers[found->second];
-    std::size_t end = BodyEnd(found->second, false);
+    std::size_t end = BodyEnd(index, false);
+    const Header& h = headers[index];
     if (h.lineEnd >= end)
         return {};
     return SplitInfLines(LineAt(h.lineEnd, end));
@@ -202,7 +258,7 @@ const std::vector<InfText::VersionEntry>& InfText::VersionEntries() const {
     if (versionRead)
         return version;
     versionRead = true;
-    for (std::size_t k = 0; k < headers.size(); ++k) {
+    for (std::size_t k = 0; k < headers.size() || IndexNextHeader(); ++k) {
         std::string_view line = LineAt(headers[k].bracket + 1, headers[k].lineEnd);
         std::size_t close = line.rfind(']');
         if (!EqualsNoCase(TrimProfile(line.substr(0, close)), "version"))

@@ -7,11 +7,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace vantrel {
 
+class FileBytes;
 class System;
 
 // Drops the characters that are not printable text (tab, CR, NUL and the other controls).
@@ -23,11 +23,18 @@ std::string ReplaceWithBlank(std::string_view text, char character);
 
 // The bytes of an INF as text in the program's code page: a UTF-16LE or UTF-8 file with a
 // byte-order mark is converted, anything else is taken as it is.
-std::string DecodeInfBytes(std::string bytes, System& system);
+std::string DecodeInfBytes(std::string_view bytes, System& system);
+// Whether DecodeInfBytes would change the bytes.
+bool InfNeedsDecoding(std::string_view bytes);
 
 class InfText {
 public:
     explicit InfText(std::string text);
+    // Bytes that need no decoding, kept as they were read.
+    explicit InfText(std::unique_ptr<const FileBytes> bytes);
+    ~InfText();
+    InfText(const InfText&) = delete; // text points into the object
+    InfText& operator=(const InfText&) = delete;
 
     // The lines after the first line that, comment-stripped, cleaned and lower-cased, equals
     // header (lower-case, brackets included), up to the next line whose first character is
@@ -57,16 +64,25 @@ private:
         std::size_t lineStart;
         std::size_t bracket; // offset of the "["
         std::size_t lineEnd; // offset of the line break (or the end of the text)
+        std::uint64_t keyHash;
+        std::string key; // the cleaned, lower-cased line
     };
     std::string_view LineAt(std::size_t start, std::size_t end) const {
         return std::string_view(text).substr(start, end - start);
     }
+    static constexpr std::size_t kNoHeader = static_cast<std::size_t>(-1);
+    // Body end, and the first header of a cleaned name, indexing further headers as needed.
     std::size_t BodyEnd(std::size_t headerIndex, bool profileRules) const;
+    std::size_t FindHeader(std::string_view header) const;
+    bool IndexNextHeader() const;
 
-    std::string text;
-    std::vector<Header> headers;
-    std::unordered_map<std::string, std::size_t> byHeaderLine; // cleaned header line -> first header
-    mutable std::vector<VersionEntry> version;                 // section [Version], read on first use
+    std::string owned;
+    std::unique_ptr<const FileBytes> file;
+    std::string_view text; // over owned or file
+    // The header index grows on demand, so a text is not for two threads at once.
+    mutable std::vector<Header> headers;
+    mutable std::size_t scanned = 0;           // headers indexed up to here
+    mutable std::vector<VersionEntry> version; // section [Version], read on first use
     mutable bool versionRead = false;
 };
 

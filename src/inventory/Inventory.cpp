@@ -18,28 +18,6 @@ constexpr std::uint64_t kMaxInfBytes = 128ull << 20;
 // INF texts kept by one run before the oldest are dropped.
 constexpr std::size_t kMaxCachedBytes = 192u << 20;
 
-bool ReadInfBytes(FileSystem& fs, const std::string& path, std::string* bytes) {
-    auto file = fs.OpenRead(path);
-    if (!file || file->Size() > kMaxInfBytes)
-        return false;
-    bytes->resize(static_cast<std::size_t>(file->Size()));
-    std::size_t done = 0;
-    for (;;) {
-        if (done == bytes->size())
-            bytes->resize(done + 4096); // the file grew while we read it
-        std::int64_t n = file->Read(bytes->data() + done, bytes->size() - done);
-        if (n < 0)
-            return false;
-        if (n == 0)
-            break;
-        done += static_cast<std::size_t>(n);
-        if (done > kMaxInfBytes)
-            return false;
-    }
-    bytes->resize(done);
-    return true;
-}
-
 } // namespace
 
 void DriverFileList::Start(std::string_view infName) {
@@ -64,6 +42,8 @@ struct Inventory::RunCache {
     // Lower-cased path -> text; nullptr for a file that could not be read.
     std::unordered_map<std::string, std::shared_ptr<const InfText>> infs;
     std::size_t infBytes = 0;
+    // LocateInf answers by ownPath and the name as asked.
+    std::unordered_map<std::string, Located> located[2];
 };
 
 Inventory::Inventory(Platform& platform) : platform(platform) {}
@@ -91,12 +71,10 @@ bool Inventory::FileExists(const std::string& folder, std::string_view name) {
         return PathIsFile(folder + "\\" + std::string(name));
     auto [it, added] = run->listings.try_emplace(LowerAscii(folder));
     if (added) {
-        std::vector<FindData> found;
-        platform.fs.FindFiles(folder + "\\*", &found);
-        for (const auto& entry : found) {
-            if (!entry.IsDirectory())
-                it->second.insert(LowerAscii(entry.name));
-        }
+        std::vector<std::string> names;
+        platform.fs.FileNames(folder, &names);
+        for (const auto& name : names)
+            it->second.insert(LowerAscii(name));
     }
     return it->second.count(LowerAscii(name)) != 0;
 }
@@ -110,10 +88,12 @@ std::shared_ptr<const InfText> Inventory::LoadInf(const std::string& path) {
             return found->second;
     }
     std::shared_ptr<const InfText> inf;
-    std::string bytes;
-    if (ReadInfBytes(platform.fs, path, &bytes)) {
+    if (auto bytes = platform.fs.ReadAll(path, kMaxInfBytes)) {
         ++infReads;
-        inf = std::make_shared<InfText>(DecodeInfBytes(std::move(bytes), platform.system));
+        if (InfNeedsDecoding(bytes->View()))
+            inf = std::make_shared<InfText>(DecodeInfBytes(bytes->View(), platform.system));
+        else
+            inf = std::make_shared<InfText>(std::move(bytes));
     }
     if (run) {
         std::size_t size = inf ? inf->Size() : 0;
@@ -127,18 +107,40 @@ std::shared_ptr<const InfText> Inventory::LoadInf(const std::string& path) {
     return inf;
 }
 
-std::string LocateInf(Inventory& inventory, std::string_view infPath, bool ownPath) {
-    std::string name = Trim(infPath);
-    if (name.empty())
-        return {};
+Inventory::Located* Inventory::LocatedSlot(std::string_view infPath, bool ownPath) {
+    if (!run)
+        return nullptr;
+    return &run->located[ownPath ? 1 : 0][std::string(infPath)];
+}
+
+namespace {
+
+std::string FindInfPath(Inventory& inventory, std::string_view name, bool ownPath) {
     std::string windows = GetWindowsFolder(inventory.platform);
     if (inventory.FileExists(windows + "\\inf", name))
-        return windows + "\\inf\\" + name;
+        return windows + "\\inf\\" + std::string(name);
     if (inventory.FileExists(windows + "\\inf\\other", name))
-        return windows + "\\inf\\other\\" + name;
-    if (ownPath && inventory.PathIsFile(name))
-        return name;
+        return windows + "\\inf\\other\\" + std::string(name);
+    if (ownPath && inventory.PathIsFile(std::string(name)))
+        return std::string(name);
     return {};
+}
+
+} // namespace
+
+// Each driver asks for its INF twice in a run (for its date and version, then its files).
+std::string LocateInf(Inventory& inventory, std::string_view infPath, bool ownPath) {
+    std::string_view name = TrimView(infPath);
+    if (name.empty())
+        return {};
+    Inventory::Located* slot = inventory.LocatedSlot(name, ownPath);
+    if (slot == nullptr)
+        return FindInfPath(inventory, name, ownPath);
+    if (!slot->found) {
+        slot->found = true;
+        slot->path = FindInfPath(inventory, name, ownPath);
+    }
+    return slot->path;
 }
 
 bool FindInfFile(Inventory& inventory, std::string_view infPath) {

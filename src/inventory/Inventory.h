@@ -53,6 +53,13 @@ public:
     bool PathIsFile(const std::string& path);
     // The INF's text, read once per run; nullptr when it cannot be read.
     std::shared_ptr<const InfText> LoadInf(const std::string& path);
+    // Where LocateInf found an INF earlier in this run: nullptr outside a run, else the slot
+    // for that question (found false until it has an answer).
+    struct Located {
+        bool found = false;
+        std::string path;
+    };
+    Located* LocatedSlot(std::string_view infPath, bool ownPath);
 
     // How many INF files were read from disk since the inventory was made (for measuring).
     std::size_t InfReads() const { return infReads; }

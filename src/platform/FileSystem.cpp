@@ -1,5 +1,7 @@
 #include "platform/FileSystem.h"
 
+#include <utility>
+
 namespace vantrel {
 
 bool ReadWholeFile(FileSystem& fs, std::string_view path, std::string* bytes) {
@@ -17,6 +19,51 @@ bool ReadWholeFile(FileSystem& fs, std::string_view path, std::string* bytes) {
             return true;
         bytes->append(buffer, static_cast<std::size_t>(n));
     }
+}
+
+namespace {
+
+class StringBytes : public FileBytes {
+public:
+    explicit StringBytes(std::string bytes) : bytes(std::move(bytes)) {}
+    std::string_view View() const override { return bytes; }
+
+private:
+    std::string bytes;
+};
+
+} // namespace
+
+std::unique_ptr<const FileBytes> FileSystem::ReadAll(std::string_view path, std::uint64_t maxBytes) {
+    auto file = OpenRead(path);
+    if (!file || file->Size() > maxBytes)
+        return nullptr;
+    std::string bytes;
+    bytes.reserve(static_cast<std::size_t>(file->Size()));
+    char buffer[65536];
+    for (;;) {
+        std::int64_t n = file->Read(buffer, sizeof buffer);
+        if (n < 0 || bytes.size() + static_cast<std::uint64_t>(n) > maxBytes)
+            return nullptr;
+        if (n == 0)
+            return std::make_unique<StringBytes>(std::move(bytes));
+        bytes.append(buffer, static_cast<std::size_t>(n));
+    }
+}
+
+bool FileSystem::FileNames(std::string_view folder, std::vector<std::string>* names) {
+    names->clear();
+    std::vector<FindData> found;
+    std::string pattern(folder);
+    if (pattern.empty() || (pattern.back() != '\\' && pattern.back() != '/'))
+        pattern += '\\';
+    if (!FindFiles(pattern + "*", &found))
+        return IsDirectory(folder);
+    for (auto& entry : found) {
+        if (!entry.IsDirectory())
+            names->push_back(std::move(entry.name));
+    }
+    return true;
 }
 
 bool WriteWholeFile(FileSystem& fs, std::string_view path, std::string_view bytes) {

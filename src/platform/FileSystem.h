@@ -46,6 +46,13 @@ public:
     virtual bool Close() = 0;
 };
 
+// The whole of a file held at once: read into memory or mapped, as the system does best.
+class FileBytes {
+public:
+    virtual ~FileBytes() = default;
+    virtual std::string_view View() const = 0;
+};
+
 class FileSystem {
 public:
     virtual ~FileSystem() = default;
@@ -58,9 +65,16 @@ public:
     // in the last component only). "." and ".." are never returned. False when the folder
     // does not exist or nothing matches.
     virtual bool FindFiles(std::string_view pattern, std::vector<FindData>* found) = 0;
+    // The names of the files (not folders) in folder, in no set order: a cheaper listing for
+    // look-ups by name. False when the folder cannot be listed.
+    virtual bool FileNames(std::string_view folder, std::vector<std::string>* names);
 
     virtual std::unique_ptr<InputFile> OpenRead(std::string_view path) = 0;
     virtual std::unique_ptr<OutputFile> OpenWrite(std::string_view path, bool append = false) = 0;
+    // The whole file, for many small files that are read once and then kept (the INFs of a
+    // machine). Null when the file is missing, unreadable or larger than maxBytes. The bytes
+    // are a snapshot only where the file is not changed while they are held.
+    virtual std::unique_ptr<const FileBytes> ReadAll(std::string_view path, std::uint64_t maxBytes);
 
     virtual bool CreateDirectory(std::string_view path) = 0; // one level, as CreateDirectoryA
     virtual bool RemoveDirectory(std::string_view path) = 0; // empty folders only

@@ -21,7 +21,17 @@ std::string TrimOf(std::string_view text, std::string_view blanks) {
 } // namespace
 
 std::string Trim(std::string_view text) {
-    return TrimOf(text, " ");
+    return std::string(TrimView(text));
+}
+
+std::string_view TrimView(std::string_view text) {
+    // Fixed-width fields are mostly trailing blanks: plain loops beat the generic search.
+    std::size_t first = 0, end = text.size();
+    while (end > 0 && text[end - 1] == ' ')
+        --end;
+    while (first < end && text[first] == ' ')
+        ++first;
+    return text.substr(first, end - first);
 }
 
 std::string TrimWhite(std::string_view text) {

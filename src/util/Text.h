@@ -9,6 +9,8 @@ namespace vantrel {
 
 // Removes leading and trailing blanks (spaces only, as the program's fixed-width fields use).
 std::string Trim(std::string_view text);
+// Trim without a copy: the part of text inside its leading and trailing blanks.
+std::string_view TrimView(std::string_view text);
 // Removes leading and trailing spaces, tabs, CR and LF.
 std::string TrimWhite(std::string_view text);
 // The text up to its first NUL.

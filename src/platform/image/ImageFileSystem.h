@@ -33,7 +33,13 @@ public:
     bool IsDirectory(std::string_view path) override;
     bool GetInfo(std::string_view path, FindData* info) override;
     bool FindFiles(std::string_view pattern, std::vector<FindData>* found) override;
+#ifndef _WIN32
+    bool FileNames(std::string_view folder, std::vector<std::string>* names) override;
+#endif
     std::unique_ptr<InputFile> OpenRead(std::string_view path) override;
+#ifndef _WIN32
+    std::unique_ptr<const FileBytes> ReadAll(std::string_view path, std::uint64_t maxBytes) override;
+#endif
     std::unique_ptr<OutputFile> OpenWrite(std::string_view path, bool append = false) override;
     bool CreateDirectory(std::string_view path) override;
     bool RemoveDirectory(std::string_view path) override;
@@ -48,7 +54,9 @@ public:
     void FailWriteCall(std::uint64_t k);
     void SetDiskFullAfter(std::uint64_t bytes);
     void ClearFaults();
-    std::uint64_t WriteCalls() const { return writeCalls; }
+    std::uint64_t WriteCalls() const {
+        return writeCalls;
+    }
 
 private:
     class Output;
@@ -58,7 +66,13 @@ private:
         std::unordered_map<std::string, std::string> byLowerName; // lower-cased -> host name
     };
 
-    bool Map(std::string_view windowsPath, bool forWrite, std::filesystem::path* host);
+    // lookUpName false leaves the last component as given (the caller tries it first).
+    bool Map(std::string_view windowsPath, bool forWrite, std::filesystem::path* host,
+             bool lookUpName = true);
+#ifndef _WIN32
+    // A descriptor for reading a regular file and its size; -1 when there is none.
+    int OpenHostFile(std::string_view path, std::uint64_t* size);
+#endif
     bool FindOnHost(const std::filesystem::path& folder, std::string_view name, std::string* actual);
     void Forget(const std::filesystem::path& folder);
     // Called by Output::Write: how many of size bytes may be written, and whether this call fails.

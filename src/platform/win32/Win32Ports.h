@@ -42,6 +42,7 @@ public:
     bool GetInfo(std::string_view path, FindData* info) override;
     bool FindFiles(std::string_view pattern, std::vector<FindData>* found) override;
     std::unique_ptr<InputFile> OpenRead(std::string_view path) override;
+    std::unique_ptr<const FileBytes> ReadAll(std::string_view path, std::uint64_t maxBytes) override;
     std::unique_ptr<OutputFile> OpenWrite(std::string_view path, bool append = false) override;
     bool CreateDirectory(std::string_view path) override;
     bool RemoveDirectory(std::string_view path) override;
