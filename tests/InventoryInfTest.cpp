@@ -274,6 +274,38 @@ TEST(InventoryInfText, VersionKeysReadAsTheProfileReaderDoes) {
     EXPECT_EQ(inf.VersionValue("DriverVer", 512), "");
 }
 
+TEST(InventoryInfText, LookUpsInAnyOrderFindTheFirstSectionOfAName) {
+    // Headers are indexed as look-ups need them: a later section asked first, a missing one
+    // (which reads to the end) and then earlier ones must all still answer as a full index would.
+    InfText inf("[Install]\n"
+                "a.sys\n"
+                "[Later]\r\n"
+                "b.sys\r\n"
+                "\r\n"
+                "[install]\n"
+                "second.sys\n"
+                "   [Indented]\n"
+                "c.sys\n"
+                "[Other] ; comment\n"
+                "d.sys\n"
+                "[Last]");
+    using Lines = std::vector<std::string_view>;
+    EXPECT_EQ(inf.SectionLines("[later]"), (Lines{"b.sys", ""}));
+    EXPECT_FALSE(inf.HasSection("[missing]"));
+    EXPECT_EQ(inf.SectionLines("[install]"), (Lines{"a.sys"}));
+    // The line reader runs on past an indented header, which it cannot name either: the
+    // cleaned line keeps its blanks, before the "[" and before a comment.
+    EXPECT_FALSE(inf.HasSection("[indented]"));
+    EXPECT_FALSE(inf.HasSection("[other]"));
+    EXPECT_TRUE(inf.HasSection("[other] "));
+    EXPECT_TRUE(inf.HasSection("[last]"));
+    EXPECT_EQ(inf.SectionLines("[last]"), Lines{});
+
+    InfText twice("[A]\nx\n[B]\ny\n[A]\nz\n");
+    EXPECT_TRUE(twice.HasSection("[b]"));
+    EXPECT_EQ(twice.SectionLines("[a]"), (Lines{"x"}));
+}
+
 TEST(InventoryInfText, LineHelpers) {
     EXPECT_EQ(CleanInfLine(std::string_view("\tfile.sys\r\0x", 12)), "file.sysx");
     EXPECT_EQ(StripInfComment("a.sys ; b ; c"), "a.sys ");

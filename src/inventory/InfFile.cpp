@@ -248,10 +248,15 @@ std::vector<std::string_view> InfText::SectionLines(std::string_view header) con
     if (index == kNoHeader)
         return {};
     std::size_t end = BodyEnd(index, false);
-    const Header& h = headers[index];
-    if (h.lineEnd >= end)
+    // The body starts after the header line's break (CR, LF or CR LF).
+    std::size_t start = headers[index].lineEnd;
+    if (start < end && text[start] == '\r')
+        ++start;
+    if (start < end && text[start] == '\n')
+        ++start;
+    if (start >= end)
         return {};
-    return SplitInfLines(LineAt(h.lineEnd, end));
+    return SplitInfLines(LineAt(start, end));
 }
 
 const std::vector<InfText::VersionEntry>& InfText::VersionEntries() const {
