@@ -2,6 +2,8 @@
 // prints "name: value" lines. Without --tree it gathers a tree of real files from /usr.
 //
 //   zip_bench [--tree DIR] [--work DIR] [--mb 300] [--threads 2] [--level 6]
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -147,6 +149,10 @@ private:
             return f && fseeko(f, static_cast<off_t>(offset), SEEK_SET) == 0;
         }
         std::uint64_t Tell() const override { return f ? static_cast<std::uint64_t>(ftello(f)) : 0; }
+        bool Truncate(std::uint64_t size) override {
+            return f && std::fflush(f) == 0 && ftruncate(fileno(f), static_cast<off_t>(size)) == 0 &&
+                   fseeko(f, static_cast<off_t>(size), SEEK_SET) == 0;
+        }
         bool Close() override {
             bool ok = f && std::fclose(f) == 0;
             f = nullptr;

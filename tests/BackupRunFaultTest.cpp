@@ -96,8 +96,9 @@ TEST(BackupRunFaults, EachFailedWriteOfAZipRunEndsNormallyAndKeepsWholeFiles) {
         std::string error;
         auto stored = m.ZipContents(kZip, &error);
         if (!error.empty()) {
-            // Only a write the run saw failing may leave the archive unreadable.
+            // An archive the run could not finish is not left behind half written.
             EXPECT_GT(summary.packageErrors, 0) << error;
+            EXPECT_FALSE(m.machine.Ports().fs.Exists(kZip)) << error;
             continue;
         }
         EXPECT_EQ(WrongFiles(stored, false), std::vector<std::string>{});
@@ -153,16 +154,30 @@ TEST(BackupRunFaults, FullDiskIsReportedAndALaterRunOnASoundDiskCompletes) {
         EXPECT_EQ(m.observer.progress.back(), 100);
         EXPECT_GT(full.filesFailed.size() + static_cast<std::size_t>(full.packageErrors), 0u);
 
-        // An archive the full disk left unreadable is replaced, not added to.
+        // The full disk leaves a readable archive or none, so the next run can go on.
         m.machine.Image().Files().ClearFaults();
         std::string error;
         m.ZipContents(kZip, &error);
-        if (!error.empty())
-            m.machine.Ports().fs.DeleteFile(kZip);
+        EXPECT_TRUE(error.empty() || !m.machine.Ports().fs.Exists(kZip)) << error;
         BackupSummary again = m.Run(m.Items());
         EXPECT_EQ(again.packageErrors, 0);
         EXPECT_TRUE(again.filesFailed.empty());
         error.clear();
+        EXPECT_EQ(WrongFiles(m.ZipContents(kZip, &error), true), std::vector<std::string>{});
+        EXPECT_EQ(error, "");
+    }
+}
+
+TEST(BackupRunFaults, AFullDiskNeverCostsWhatAnEarlierRunArchived) {
+    for (std::uint64_t room : {0u, 100u, 4000u, 20000u}) {
+        SCOPED_TRACE("room " + std::to_string(room));
+        BackupMachine m;
+        m.SetOption("BckZip");
+        ASSERT_EQ(m.Run(m.Items()).packageErrors, 0);
+        m.machine.Image().Files().SetDiskFullAfter(room);
+        m.Run(m.Items());
+        m.machine.Image().Files().ClearFaults();
+        std::string error;
         EXPECT_EQ(WrongFiles(m.ZipContents(kZip, &error), true), std::vector<std::string>{});
         EXPECT_EQ(error, "");
     }

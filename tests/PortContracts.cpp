@@ -326,6 +326,18 @@ TEST_P(FileSystemContract, WriteTruncatesAndAppendAdds) {
     ASSERT_TRUE(out->Write("def", 3));
     ASSERT_TRUE(out->Close());
     EXPECT_EQ(ReadAll(fs, path), "abcdef");
+
+    // Cutting takes back written and still gathered bytes alike, and writing goes on there.
+    out = fs.OpenWrite(path, true);
+    ASSERT_NE(out, nullptr);
+    std::string more(100000, 'x');
+    ASSERT_TRUE(out->Write(more.data(), more.size()));
+    ASSERT_TRUE(out->Write("gathered", 8));
+    ASSERT_TRUE(out->Truncate(4));
+    EXPECT_EQ(out->Tell(), 4u);
+    ASSERT_TRUE(out->Write("XY", 2));
+    ASSERT_TRUE(out->Close());
+    EXPECT_EQ(ReadAll(fs, path), "abcdXY");
 }
 
 TEST_P(FileSystemContract, FindFilesMatchesWildcardsIgnoringCase) {

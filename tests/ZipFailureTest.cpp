@@ -2,6 +2,7 @@
 // damaged is ever handed back as good data.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 
 #include "ZipTestSupport.h"
@@ -148,6 +149,89 @@ TEST(ZipFailure, RandomDamageIsCaughtOrHarmless) {
     }
 }
 
+// Names and contents of every entry, or the reader's error.
+std::map<std::string, std::string> Contents(Sandbox& box, const std::string& path, std::string* error) {
+    std::map<std::string, std::string> out;
+    ZipReader reader(box.Fs());
+    if (!reader.Open(path)) {
+        *error = reader.Error();
+        return out;
+    }
+    for (std::size_t i = 0; i < reader.Entries().size(); ++i) {
+        std::string data, why;
+        if (!reader.ReadEntry(i, "", &data, &why))
+            *error += reader.Entries()[i].name + ": " + why + "; ";
+        out[reader.Entries()[i].name] = data;
+    }
+    return out;
+}
+
+TEST(ZipFailure, AFailedAdditionKeepsWhatTheArchiveHeld) {
+    Sandbox box;
+    Archive before = MakeArchive(box);
+    std::string error;
+    const auto held = Contents(box, "C:\\good.zip", &error);
+    ASSERT_EQ(error, "");
+    box.Write("C:\\more\\d.sys", NoiseData(150000, 7));
+    box.Write("C:\\more\\e.inf", TextData(20000, 8));
+    auto add = [&] {
+        ZipWriter writer(box.Fs());
+        bool opened = writer.Append("C:\\good.zip") && writer.AddFolder("C:\\more", "C:\\", false);
+        return opened && writer.Close();
+    };
+    std::uint64_t start = box.Fs().WriteCalls();
+    ASSERT_TRUE(add());
+    std::uint64_t calls = box.Fs().WriteCalls() - start;
+    ASSERT_GE(calls, 2u); // the entries, then the directory
+    const std::size_t whole = Contents(box, "C:\\good.zip", &error).size();
+    ASSERT_GT(whole, held.size());
+
+    // Any one write failing, or the disk filling at any point, leaves the earlier entries
+    // readable; what was added is either all there or not there at all.
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> faults; // failed call, room
+    for (std::uint64_t k = 1; k <= calls; ++k)
+        faults.push_back({k, 0});
+    for (std::uint64_t room : {1u, 100u, 5000u, 60000u, 149000u, 170000u})
+        faults.push_back({0, room});
+    for (auto [k, room] : faults) {
+        SCOPED_TRACE("failed call " + std::to_string(k) + ", room " + std::to_string(room));
+        box.Write("C:\\good.zip", before.bytes);
+        if (k != 0)
+            box.Fs().FailWriteCall(k);
+        else
+            box.Fs().SetDiskFullAfter(room);
+        bool added = add();
+        box.Fs().ClearFaults();
+        error.clear();
+        auto now = Contents(box, "C:\\good.zip", &error);
+        ASSERT_EQ(error, "");
+        for (const auto& [name, bytes] : held)
+            EXPECT_EQ(now[name], bytes) << name;
+        if (added) {
+            EXPECT_EQ(now.size(), whole);
+        }
+        for (const char* name : {"more/d.sys", "more/e.inf"}) {
+            if (now.count(name)) {
+                EXPECT_EQ(now[name], box.Read(std::string("C:\\") + name)) << name;
+            }
+        }
+    }
+}
+
+TEST(ZipFailure, ANewArchiveThatCannotBeFinishedIsNotLeftBehind) {
+    Sandbox box;
+    box.Write("C:\\in\\a.inf", NoiseData(50000, 3));
+    for (std::uint64_t room : {0u, 20u, 49000u, 50100u}) {
+        box.Fs().SetDiskFullAfter(room);
+        ZipWriter writer(box.Fs());
+        bool made =
+            writer.Create("C:\\new.zip") && writer.AddFile("C:\\in\\a.inf", "a.inf") && writer.Close();
+        box.Fs().ClearFaults();
+        EXPECT_FALSE(made) << room;
+        EXPECT_FALSE(box.Fs().Exists("C:\\new.zip")) << room;
+    }
+}
+
 TEST(ZipFailure, FailingWritesAreReported) {
     Sandbox box;
     box.Write("C:\\in\\a.inf", NoiseData(200000, 1));
@@ -165,10 +249,11 @@ TEST(ZipFailure, FailingWritesAreReported) {
     ZipResult result = reader.Extract("C:\\Out", {});
     EXPECT_FALSE(result.ok);
     EXPECT_EQ(result.problems, (std::vector<std::string>{"a.inf: cannot write the file"}));
+    // The archive that could not be finished is gone.
     EXPECT_EQ(box.Listing(),
               (std::vector<std::string>{"drive_c", "drive_c/Out", "drive_c/Out/b.bin", "drive_c/Out/c.txt",
-                                        "drive_c/full.zip", "drive_c/good.zip", "drive_c/in",
-                                        "drive_c/in/a.inf", "drive_c/in/b.bin", "drive_c/in/c.txt"}));
+                                        "drive_c/good.zip", "drive_c/in", "drive_c/in/a.inf",
+                                        "drive_c/in/b.bin", "drive_c/in/c.txt"}));
 }
 
 } // namespace vantrel

@@ -520,6 +520,10 @@ void ZipWriter::Reset() {
     queuedNames.clear();
     keptNames.clear();
     replacedNames.clear();
+    archive.clear();
+    created = false;
+    oldDirectoryAt = 0;
+    oldDirectory.clear();
 }
 
 // The archive's folder is created when missing, as a backup root may not exist yet.
@@ -534,8 +538,11 @@ bool ZipWriter::Create(std::string_view archivePath, std::string_view prefix) {
         out = fs.OpenWrite(archivePath);
     if (!out)
         return Fail("Cannot create " + std::string(archivePath));
+    archive = std::string(archivePath);
+    created = true;
     if (!prefix.empty() && !Write(prefix.data(), prefix.size())) {
         out.reset();
+        fs.DeleteFile(archive);
         return false;
     }
     return true;
@@ -554,8 +561,18 @@ bool ZipWriter::Append(std::string_view archivePath) {
         written = reader.Entries();
         position = reader.CentralDirectoryOffset();
     }
+    // New entries go over the old directory; it is kept to be put back if they fail.
+    auto in = fs.OpenRead(archivePath);
+    if (!in || in->Size() < position || !in->Seek(position))
+        return Fail("Cannot read " + std::string(archivePath));
+    oldDirectoryAt = position;
+    oldDirectory.resize(static_cast<std::size_t>(in->Size() - position));
+    if (!ReadFully(*in, oldDirectory.data(), oldDirectory.size()))
+        return Fail("Cannot read " + std::string(archivePath));
+    in.reset();
     for (const ZipEntry& e : written)
         keptNames.insert(FoldName(e.name));
+    archive = std::string(archivePath);
     out = fs.OpenWrite(archivePath, true);
     if (!out || !out->Seek(position)) {
         out.reset();
@@ -681,18 +698,29 @@ bool ZipWriter::Close(ArchiveCallback* callback) {
         ok = run.Execute();
     }
     // Whatever happened to the entries, a directory of those written keeps the archive readable.
+    // The last Seek hands any gathered bytes to the disk, so a failure shows before closing.
     std::string failure = error;
-    bool directory = Flush() && out->Seek(position) && WriteCentralDirectory() && Flush();
+    bool directory =
+        Flush() && out->Seek(position) && WriteCentralDirectory() && Flush() && out->Seek(position);
+    if (failure.empty() && !directory)
+        failure = error.empty() ? "Cannot write to the archive (disk full?)" : error;
+    bool restored = false;
+    if (!directory && !created) {
+        // Without its new directory the file would not open at all: the old one goes back.
+        restored = out->Truncate(oldDirectoryAt) && out->Write(oldDirectory.data(), oldDirectory.size());
+    }
     bool closed = out->Close();
     out.reset();
     items.clear();
     queuedNames.clear();
-    if (!ok) {
+    if (!directory && created)
+        fs.DeleteFile(archive);
+    if (!directory && !created && !(restored && closed))
+        failure += " The archive may be damaged.";
+    if (!ok || !directory) {
         error = failure;
         return false;
     }
-    if (!directory)
-        return false;
     if (!closed)
         return Fail("Cannot write to the archive (disk full?)");
     if (callback)

@@ -50,7 +50,9 @@ public:
     // Compresses and writes the queued entries and the central directory. Files that cannot
     // be read are left out and reported to the callback and in Skipped(). False when the
     // archive could not be written or the run was cancelled (the entries finished so far
-    // still form a valid archive).
+    // still form a valid archive). When the new directory cannot be written, an archive that
+    // was added to gets its old directory back, with what it held before, and a new archive
+    // is deleted rather than left unreadable.
     bool Close(ArchiveCallback* callback = nullptr);
 
     const std::string& Error() const { return error; }
@@ -93,6 +95,12 @@ private:
     std::unordered_map<std::string, std::size_t> queuedNames; // folded name -> index in items
     std::unordered_set<std::string> keptNames;                // folded names of entries kept
     std::unordered_set<std::string> replacedNames;
+    // What Close needs to take a failed directory back: the archive's path, whether this
+    // writer created it, and for an addition the old directory and where it began.
+    std::string archive;
+    bool created = false;
+    std::uint64_t oldDirectoryAt = 0;
+    std::string oldDirectory; // from its offset to the end of the file
 };
 
 } // namespace vantrel

@@ -42,6 +42,10 @@ public:
     virtual bool Write(const void* data, std::size_t size) = 0;
     virtual bool Seek(std::uint64_t offset) = 0;
     virtual std::uint64_t Tell() const = 0;
+    // Ends the file at size and goes on writing there. Bytes not yet handed to the disk are
+    // dropped with the rest, and an earlier failed write is forgotten: this is how a writer
+    // takes back what it could not finish.
+    virtual bool Truncate(std::uint64_t size) = 0;
     // Flushes and closes; false when the last bytes could not be written.
     virtual bool Close() = 0;
 };

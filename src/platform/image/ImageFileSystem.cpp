@@ -248,7 +248,7 @@ private:
 
 class ImageFileSystem::Output : public OutputFile {
 public:
-    Output(ImageFileSystem& owner, const fs::path& host, bool append) : owner(owner) {
+    Output(ImageFileSystem& owner, const fs::path& host, bool append) : owner(owner), host(host) {
         std::error_code ec;
         if (append && fs::exists(host, ec)) {
             out.open(host, std::ios::binary | std::ios::in | std::ios::out);
@@ -281,6 +281,21 @@ public:
         auto pos = const_cast<std::fstream&>(out).tellp();
         return pos < 0 ? 0 : static_cast<std::uint64_t>(pos);
     }
+    bool Truncate(std::uint64_t size) override {
+        if (closed)
+            return false;
+        // Closed and opened again around the cut: the stream keeps its own handle and buffer.
+        out.close();
+        out.clear();
+        std::error_code ec;
+        std::uint64_t before = fs::file_size(host, ec);
+        if (!ec && before > size)
+            owner.ReleaseBytes(before - size);
+        fs::resize_file(host, size, ec);
+        out.open(host, std::ios::binary | std::ios::in | std::ios::out);
+        out.seekp(static_cast<std::streamoff>(size));
+        return !ec && out.is_open() && !out.fail();
+    }
     bool Close() override {
         if (closed)
             return closeResult;
@@ -292,6 +307,7 @@ public:
 
 private:
     ImageFileSystem& owner;
+    fs::path host;
     std::fstream out;
     bool closed = false;
     bool closeResult = false;
@@ -724,6 +740,11 @@ bool ImageFileSystem::AllowWrite(std::size_t size, std::size_t* allowed) {
         spaceLeft -= size;
     *allowed = size;
     return true;
+}
+
+void ImageFileSystem::ReleaseBytes(std::uint64_t size) {
+    if (spaceLeft != std::numeric_limits<std::uint64_t>::max())
+        spaceLeft += size;
 }
 
 bool ImageFileSystem::ReserveBytes(std::uint64_t size) {

@@ -50,7 +50,8 @@ public:
     // Fault injection for tests. Every OutputFile::Write of this file system counts as one write
     // call. FailWriteCall(k) makes the k-th write call from now on fail without writing anything
     // (once). SetDiskFullAfter(n) lets n more bytes be written, by Write or CopyFile; past that,
-    // writes fail as on a full disk (Write stores what still fits). ClearFaults() undoes both.
+    // writes fail as on a full disk (Write stores what still fits); OutputFile::Truncate gives
+    // back what it cuts off. ClearFaults() undoes both.
     void FailWriteCall(std::uint64_t k);
     void SetDiskFullAfter(std::uint64_t bytes);
     void ClearFaults();
@@ -78,6 +79,7 @@ private:
     // Called by Output::Write: how many of size bytes may be written, and whether this call fails.
     bool AllowWrite(std::size_t size, std::size_t* allowed);
     bool ReserveBytes(std::uint64_t size);
+    void ReleaseBytes(std::uint64_t size); // a file was cut short
 
     struct Mount {
         std::vector<std::string> parts; // lower-cased components of the Windows folder

@@ -92,6 +92,16 @@ public:
 
     std::uint64_t Tell() const override { return position + pending.size(); }
 
+    bool Truncate(std::uint64_t size) override {
+        if (file == INVALID_HANDLE_VALUE)
+            return false;
+        pending.clear();
+        failed = !SeekHandle(file, size) || !SetEndOfFile(file);
+        if (!failed)
+            position = size;
+        return !failed;
+    }
+
     bool Close() override {
         if (file == INVALID_HANDLE_VALUE)
             return !failed;
