@@ -363,9 +363,12 @@ bool ImageFileSystem::FindOnHost(const fs::path& folder, std::string_view name, 
     return true;
 }
 
-void ImageFileSystem::Forget(const fs::path& folder) {
+void ImageFileSystem::Forget(const fs::path& folder, bool foldersGone) {
     listings.erase(HostPathString(folder));
-    folders.clear();
+    // A new file or folder leaves every resolved folder where it was; a removed or moved
+    // folder may take resolved ones with it.
+    if (foldersGone)
+        folders.clear();
 }
 
 bool ImageFileSystem::Map(std::string_view windowsPath, bool forWrite, fs::path* host, bool lookUpName) {
@@ -634,7 +637,7 @@ bool ImageFileSystem::RemoveDirectory(std::string_view path) {
     if (!fs::is_empty(host, ec) || ec)
         return false;
     bool removed = fs::remove(host, ec);
-    Forget(host.parent_path());
+    Forget(host.parent_path(), true);
     return removed && !ec;
 }
 
@@ -706,8 +709,8 @@ bool ImageFileSystem::MoveFile(std::string_view from, std::string_view to) {
             return false;
         fs::remove_all(source, ec);
     }
-    Forget(source.parent_path());
-    Forget(target.parent_path());
+    Forget(source.parent_path(), true);
+    Forget(target.parent_path(), true);
     return true;
 }
 

@@ -75,7 +75,7 @@ private:
     int OpenHostFile(std::string_view path, std::uint64_t* size);
 #endif
     bool FindOnHost(const std::filesystem::path& folder, std::string_view name, std::string* actual);
-    void Forget(const std::filesystem::path& folder);
+    void Forget(const std::filesystem::path& folder, bool foldersGone = false);
     // Called by Output::Write: how many of size bytes may be written, and whether this call fails.
     bool AllowWrite(std::size_t size, std::size_t* allowed);
     bool ReserveBytes(std::uint64_t size);
@@ -88,8 +88,8 @@ private:
     std::string hostRoot;
     std::vector<Mount> mounts;
     std::unordered_map<std::string, Listing> listings; // by host folder
-    // Folders already resolved: lower-cased Windows folder -> host folder. Any change to the
-    // tree through this port drops it all; a walk over thousands of files in a few folders
+    // Folders already resolved: lower-cased Windows folder -> host folder. Removing or moving
+    // a folder through this port drops it all; a walk over thousands of files in a few folders
     // then resolves each folder once.
     std::unordered_map<std::string, std::filesystem::path> folders;
 
