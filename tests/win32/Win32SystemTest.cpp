@@ -3,6 +3,7 @@
 
 #include <cctype>
 #include <ctime>
+#include <thread>
 
 #include "platform/win32/Win32Ports.h"
 #include "platform/win32/WindowsApi.h"
@@ -109,6 +110,19 @@ TEST(Win32ClockPort, AgreesWithTheRuntimeClock) {
     std::uint64_t after = clock.TickMs();
     EXPECT_GE(after - before, 40u);
     EXPECT_LT(after - before, 10000u);
+}
+
+TEST(Win32ClockPort, TheProgramsOwnTickCountImportLeadsToTheSystemsCount) {
+    // Calls through the import pointer the program defines for older Windows.
+    using TickCount64Fn = ULONGLONG(WINAPI*)();
+    auto system =
+        reinterpret_cast<TickCount64Fn>(GetProcAddress(GetModuleHandleA("kernel32.dll"), "GetTickCount64"));
+    ASSERT_NE(system, nullptr);
+    ULONGLONG viaImport = GetTickCount64();
+    ULONGLONG direct = system();
+    EXPECT_LE(direct - viaImport, 1000u);
+    std::thread worker([] {}); // the thread library's waits go through the same import
+    worker.join();
 }
 
 TEST(Win32ResourcesPort, MissingResourceIsFalse) {

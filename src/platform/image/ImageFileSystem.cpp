@@ -226,7 +226,8 @@ private:
     std::uint64_t size;
 };
 
-// Mapped rather than copied: an inventory holds every INF of the machine at once.
+// Mapped rather than copied: an inventory holds every INF of the machine at once. An image's
+// files are not expected to shrink while a run reads them (that would fault on Linux).
 class MappedBytes : public FileBytes {
 public:
     MappedBytes(void* base, std::size_t size) : base(base), size(size) {}
