@@ -9,8 +9,12 @@
 
 #include "backup/SelfExtract.h"
 #include "common/HelperCommon.h"
+#include "platform/win32/WindowsApi.h"
 
 namespace {
+
+using vantrel::HandleSize;
+using vantrel::SeekHandle;
 
 class Handle {
 public:
@@ -28,12 +32,6 @@ private:
     HANDLE value;
 };
 
-bool SeekTo(HANDLE file, std::uint64_t offset) {
-    LARGE_INTEGER to;
-    to.QuadPart = static_cast<LONGLONG>(offset);
-    return SetFilePointerEx(file, to, nullptr, FILE_BEGIN) != FALSE;
-}
-
 bool ReadExactly(HANDLE file, void* buffer, DWORD size) {
     DWORD read = 0;
     return ReadFile(file, buffer, size, &read, nullptr) && read == size;
@@ -43,7 +41,7 @@ bool ReadExactly(HANDLE file, void* buffer, DWORD size) {
 bool CopyOut(HANDLE in, std::uint64_t offset, std::uint32_t length, const std::string& target) {
     Handle out(CreateFileA(target.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
                            nullptr));
-    if (!out.Valid() || !SeekTo(in, offset))
+    if (!out.Valid() || !SeekHandle(in, offset))
         return false;
     std::vector<char> buffer(1 << 20);
     for (std::uint32_t left = length; left > 0;) {
@@ -74,15 +72,14 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
 
     Handle in(CreateFileA(helper::OwnPath().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                           FILE_ATTRIBUTE_NORMAL, nullptr));
-    LARGE_INTEGER size{};
+    std::uint64_t size = 0;
     unsigned char tail[4] = {};
     std::uint64_t offset = 0;
-    bool found = in.Valid() && GetFileSizeEx(in.Get(), &size) && size.QuadPart >= 4 &&
-                 SeekTo(in.Get(), static_cast<std::uint64_t>(size.QuadPart) - 4) &&
+    bool found = in.Valid() && HandleSize(in.Get(), &size) && size >= 4 && SeekHandle(in.Get(), size - 4) &&
                  ReadExactly(in.Get(), tail, 4);
     std::uint32_t length =
         tail[0] | (tail[1] << 8) | (tail[2] << 16) | (static_cast<std::uint32_t>(tail[3]) << 24);
-    if (!found || !LocateTrailingArchive(static_cast<std::uint64_t>(size.QuadPart), length, &offset))
+    if (!found || !LocateTrailingArchive(size, length, &offset))
         return fail("This setup package is damaged: its archive cannot be found.", 2);
 
     char name[MAX_PATH + 1] = {};

@@ -7,6 +7,23 @@
 
 namespace vantrel {
 
+bool SeekHandle(HANDLE file, std::uint64_t offset) {
+    LONG high = static_cast<LONG>(offset >> 32);
+    SetLastError(NO_ERROR);
+    DWORD low = SetFilePointer(file, static_cast<LONG>(offset & 0xFFFFFFFFu), &high, FILE_BEGIN);
+    return low != INVALID_SET_FILE_POINTER || GetLastError() == NO_ERROR;
+}
+
+bool HandleSize(HANDLE file, std::uint64_t* size) {
+    DWORD high = 0;
+    SetLastError(NO_ERROR);
+    DWORD low = GetFileSize(file, &high);
+    if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR)
+        return false;
+    *size = (static_cast<std::uint64_t>(high) << 32) | low;
+    return true;
+}
+
 namespace {
 
 // FILETIME counts 100 ns steps from 1601; the port speaks Unix seconds.
@@ -26,12 +43,6 @@ std::string LastComponent(std::string_view path) {
         path.remove_suffix(1);
     auto slash = path.find_last_of("\\/:");
     return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
-}
-
-bool SeekHandle(HANDLE file, std::uint64_t offset) {
-    LARGE_INTEGER distance;
-    distance.QuadPart = static_cast<LONGLONG>(offset);
-    return SetFilePointerEx(file, distance, nullptr, FILE_BEGIN) != 0;
 }
 
 // ReadFile and WriteFile take 32-bit counts; a large request goes in pieces.
@@ -204,12 +215,12 @@ std::unique_ptr<InputFile> Win32FileSystem::OpenRead(std::string_view path) {
                               nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return nullptr;
-    LARGE_INTEGER size;
-    if (!GetFileSizeEx(file, &size)) {
+    std::uint64_t size = 0;
+    if (!HandleSize(file, &size)) {
         CloseHandle(file);
         return nullptr;
     }
-    return std::make_unique<Win32InputFile>(file, static_cast<std::uint64_t>(size.QuadPart));
+    return std::make_unique<Win32InputFile>(file, size);
 }
 
 namespace {
@@ -238,10 +249,8 @@ std::unique_ptr<const FileBytes> Win32FileSystem::ReadAll(std::string_view path,
                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return nullptr;
-    DWORD high = 0;
-    DWORD low = GetFileSize(file, &high);
-    std::uint64_t size = (static_cast<std::uint64_t>(high) << 32) | low;
-    if ((low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) || size > maxBytes) {
+    std::uint64_t size = 0;
+    if (!HandleSize(file, &size) || size > maxBytes) {
         CloseHandle(file);
         return nullptr;
     }
@@ -263,15 +272,13 @@ std::unique_ptr<OutputFile> Win32FileSystem::OpenWrite(std::string_view path, bo
                               append ? OPEN_ALWAYS : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return nullptr;
-    LARGE_INTEGER end{};
-    if (append) {
-        LARGE_INTEGER zero{};
-        if (!SetFilePointerEx(file, zero, &end, FILE_END)) {
-            CloseHandle(file);
-            return nullptr;
-        }
+    // Appending starts at the end the file has now.
+    std::uint64_t end = 0;
+    if (append && (!HandleSize(file, &end) || !SeekHandle(file, end))) {
+        CloseHandle(file);
+        return nullptr;
     }
-    return std::make_unique<Win32OutputFile>(file, static_cast<std::uint64_t>(end.QuadPart));
+    return std::make_unique<Win32OutputFile>(file, end);
 }
 
 bool Win32FileSystem::CreateDirectory(std::string_view path) {

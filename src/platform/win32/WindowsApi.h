@@ -16,3 +16,14 @@
 #undef GetWindowsDirectory
 #undef MoveFile
 #undef RemoveDirectory
+
+#include <cstdint>
+
+namespace vantrel {
+
+// 64-bit file positions and sizes through the calls Windows 98 has (the Ex forms came with
+// Windows 2000).
+bool SeekHandle(HANDLE file, std::uint64_t offset);
+bool HandleSize(HANDLE file, std::uint64_t* size);
+
+} // namespace vantrel
