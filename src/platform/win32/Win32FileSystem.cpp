@@ -245,8 +245,9 @@ private:
 
 std::unique_ptr<const FileBytes> Win32FileSystem::ReadAll(std::string_view path, std::uint64_t maxBytes) {
     // A mapped view: no copy, and Windows keeps the file from being cut short while it is held.
-    HANDLE file = CreateFileA(std::string(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    // Shared as OpenRead shares, for files another program keeps open for writing.
+    HANDLE file = CreateFileA(std::string(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return nullptr;
     std::uint64_t size = 0;
