@@ -63,20 +63,23 @@ private:
 };
 
 DeflatePool::DeflatePool(int threadCount) {
-    if (threadCount <= 0)
+    for (int i = 0; i < threadCount; ++i) {
+        auto thread = std::make_unique<Thread>([this] { Work(); });
+        if (!thread->Started())
+            break;
+        threads.push_back(std::move(thread));
+    }
+    if (threads.empty())
         inlineEngine = std::make_unique<Engine>();
-    for (int i = 0; i < threadCount; ++i)
-        threads.emplace_back([this] { Work(); });
 }
 
 DeflatePool::~DeflatePool() {
     {
-        std::lock_guard lock(mutex);
+        MutexLock lock(mutex);
         stopping = true;
     }
-    workReady.notify_all();
-    for (auto& t : threads)
-        t.join();
+    workReady.Release(static_cast<int>(threads.size()));
+    threads.clear(); // each waits for its worker
 }
 
 void DeflatePool::Submit(std::shared_ptr<DeflateJob> job) {
@@ -86,35 +89,41 @@ void DeflatePool::Submit(std::shared_ptr<DeflateJob> job) {
         return;
     }
     {
-        std::lock_guard lock(mutex);
+        MutexLock lock(mutex);
         queue.push_back(std::move(job));
     }
-    workReady.notify_one();
+    workReady.Release();
 }
 
 void DeflatePool::Wait(DeflateJob& job) {
-    std::unique_lock lock(mutex);
-    jobDone.wait(lock, [&] { return job.done; });
+    for (;;) {
+        {
+            MutexLock lock(mutex);
+            if (job.done)
+                return;
+        }
+        jobDone.Acquire();
+    }
 }
 
 void DeflatePool::Work() {
     Engine engine;
     for (;;) {
+        workReady.Acquire();
         std::shared_ptr<DeflateJob> job;
         {
-            std::unique_lock lock(mutex);
-            workReady.wait(lock, [&] { return stopping || !queue.empty(); });
+            MutexLock lock(mutex);
             if (queue.empty())
-                return;
+                return; // only a stop leaves a count with nothing queued
             job = std::move(queue.front());
             queue.pop_front();
         }
         engine.Run(*job);
         {
-            std::lock_guard lock(mutex);
+            MutexLock lock(mutex);
             job->done = true;
         }
-        jobDone.notify_all();
+        jobDone.Release();
     }
 }
 

@@ -4,13 +4,12 @@
 // that is hardly larger than a single-threaded one.
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
-#include <thread>
 #include <vector>
+
+#include "platform/Threads.h"
 
 namespace vantrel {
 
@@ -30,25 +29,26 @@ struct DeflateJob {
 
 class DeflatePool {
 public:
-    // With no threads, Submit does the work before it returns.
+    // With no threads, or none the system would start, Submit does the work before it returns.
     explicit DeflatePool(int threads);
     ~DeflatePool();
     DeflatePool(const DeflatePool&) = delete;
     DeflatePool& operator=(const DeflatePool&) = delete;
 
     void Submit(std::shared_ptr<DeflateJob> job);
+    // One thread waits: each finished job hands out one wake-up.
     void Wait(DeflateJob& job);
 
 private:
     class Engine;
     void Work();
 
-    std::mutex mutex;
-    std::condition_variable workReady;
-    std::condition_variable jobDone;
+    Mutex mutex;
+    Semaphore workReady; // one count per queued job, and one per worker to stop it
+    Semaphore jobDone;   // one count per finished job
     std::deque<std::shared_ptr<DeflateJob>> queue;
     bool stopping = false;
-    std::vector<std::thread> threads;
+    std::vector<std::unique_ptr<Thread>> threads;
     std::unique_ptr<Engine> inlineEngine;
 };
 

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <deque>
 #include <optional>
-#include <thread>
 
 #include <zlib.h>
 
@@ -690,8 +689,7 @@ bool ZipWriter::Close(ArchiveCallback* callback) {
         // Replaced entries leave their old data behind as unreferenced bytes.
         std::erase_if(written, [&](const ZipEntry& e) { return replacedNames.count(FoldName(e.name)) != 0; });
     }
-    int threadCount =
-        threads > 0 ? threads : static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 16u));
+    int threadCount = threads > 0 ? threads : static_cast<int>(std::clamp(ProcessorCount(), 1u, 16u));
     bool ok;
     {
         Run run(*this, callback, threadCount);

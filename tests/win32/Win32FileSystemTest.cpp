@@ -119,5 +119,24 @@ TEST_F(Win32FileSystemPort, GetInfoGivesStoredNameSizeAndTime) {
     EXPECT_TRUE(found.empty());
 }
 
+// What Windows 9x falls back on, since its MoveFileExA only fails.
+TEST_F(Win32FileSystemPort, MoveWithoutExReplacesFilesButNeverFolders) {
+    Make("new.inf", "new");
+    Make("old.inf", "old");
+    ASSERT_TRUE(MoveFileWithoutEx(folder / "new.inf", folder / "old.inf"));
+    EXPECT_EQ(Contents(folder / "old.inf"), "new");
+    EXPECT_FALSE(fs.Exists(folder / "new.inf"));
+
+    ASSERT_TRUE(MoveFileWithoutEx(folder / "old.inf", folder / "renamed.inf"));
+    EXPECT_EQ(Contents(folder / "renamed.inf"), "new");
+
+    ASSERT_TRUE(fs.CreateDirectory(folder / "Dir"));
+    EXPECT_FALSE(MoveFileWithoutEx(folder / "Dir", folder / "renamed.inf"));
+    EXPECT_TRUE(fs.IsDirectory(folder / "Dir"));
+    EXPECT_EQ(Contents(folder / "renamed.inf"), "new");
+    EXPECT_FALSE(MoveFileWithoutEx(folder / "missing.inf", folder / "renamed.inf"));
+    EXPECT_EQ(Contents(folder / "renamed.inf"), "new");
+}
+
 } // namespace
 } // namespace vantrel

@@ -3,10 +3,11 @@
 
 #include <cctype>
 #include <ctime>
-#include <thread>
+#include <string>
 
 #include "platform/win32/Win32Ports.h"
 #include "platform/win32/WindowsApi.h"
+#include "platform/win32/link/WideImports.h"
 
 namespace vantrel {
 namespace {
@@ -112,17 +113,31 @@ TEST(Win32ClockPort, AgreesWithTheRuntimeClock) {
     EXPECT_LT(after - before, 10000u);
 }
 
-TEST(Win32ClockPort, TheProgramsOwnTickCountImportLeadsToTheSystemsCount) {
-    // Calls through the import pointer the program defines for older Windows.
-    using TickCount64Fn = ULONGLONG(WINAPI*)();
-    auto system =
-        reinterpret_cast<TickCount64Fn>(GetProcAddress(GetModuleHandleA("kernel32.dll"), "GetTickCount64"));
-    ASSERT_NE(system, nullptr);
-    ULONGLONG viaImport = GetTickCount64();
-    ULONGLONG direct = system();
-    EXPECT_LE(direct - viaImport, 1000u);
-    std::thread worker([] {}); // the thread library's waits go through the same import
-    worker.join();
+// 32-bit programs take these for the runtime's wide imports; only the binding is 32-bit.
+TEST(Win32WideImports, AnsiStandInsAnswerAsTheWideFunctions) {
+    HANDLE semaphore = CreateSemaphoreAnsi(nullptr, 1, 2, nullptr);
+    ASSERT_NE(semaphore, nullptr);
+    EXPECT_EQ(WaitForSingleObject(semaphore, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(semaphore, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+    EXPECT_TRUE(ReleaseSemaphore(semaphore, 2, nullptr));
+    EXPECT_FALSE(ReleaseSemaphore(semaphore, 1, nullptr)); // beyond its maximum
+    CloseHandle(semaphore);
+    HANDLE named = CreateSemaphoreAnsi(nullptr, 0, 1, L"VantrelWideImportTest");
+    ASSERT_NE(named, nullptr);
+    HANDLE again = OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, "VantrelWideImportTest");
+    EXPECT_NE(again, nullptr);
+    CloseHandle(again);
+    CloseHandle(named);
+
+    EXPECT_EQ(GetModuleHandleAnsi(L"kernel32.dll"), GetModuleHandleA("kernel32.dll"));
+    EXPECT_EQ(GetModuleHandleAnsi(nullptr), GetModuleHandleA(nullptr));
+    EXPECT_EQ(GetModuleHandleAnsi(L"no-such-module.dll"), nullptr);
+    HMODULE version = LoadLibraryAnsi(L"version.dll");
+    ASSERT_NE(version, nullptr);
+    EXPECT_EQ(version, GetModuleHandleA("version.dll"));
+    FreeLibrary(version);
+    EXPECT_EQ(LoadLibraryAnsi(L"no-such-module.dll"), nullptr);
+    EXPECT_EQ(LoadLibraryAnsi(std::wstring(400, L'x').c_str()), nullptr); // longer than a path
 }
 
 TEST(Win32ResourcesPort, MissingResourceIsFalse) {

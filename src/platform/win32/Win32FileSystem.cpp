@@ -299,8 +299,18 @@ bool Win32FileSystem::CopyFile(std::string_view from, std::string_view to, bool 
 }
 
 bool Win32FileSystem::MoveFile(std::string_view from, std::string_view to) {
-    return MoveFileExA(std::string(from).c_str(), std::string(to).c_str(),
-                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED) != 0;
+    std::string source(from), target(to);
+    if (MoveFileExA(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED))
+        return true;
+    return GetLastError() == ERROR_CALL_NOT_IMPLEMENTED && MoveFileWithoutEx(source, target);
+}
+
+bool MoveFileWithoutEx(const std::string& from, const std::string& to) {
+    if (MoveFileA(from.c_str(), to.c_str()))
+        return true;
+    // The target exists or lies on another drive: copy over it, then drop the source, in the
+    // order MoveFileEx takes when it may copy.
+    return CopyFileA(from.c_str(), to.c_str(), FALSE) && DeleteFileA(from.c_str());
 }
 
 } // namespace vantrel

@@ -51,6 +51,9 @@ public:
     bool MoveFile(std::string_view from, std::string_view to) override;
 };
 
+// A file move that replaces the target, for Windows 9x, whose MoveFileExA only fails.
+bool MoveFileWithoutEx(const std::string& from, const std::string& to);
+
 class Win32System : public System {
 public:
     OsVersion GetVersion() override;
