@@ -14,8 +14,12 @@ struct Mutex::Impl {
 
 Mutex::Mutex() : impl(std::make_unique<Impl>()) {}
 Mutex::~Mutex() = default;
-void Mutex::Lock() { impl->mutex.lock(); }
-void Mutex::Unlock() { impl->mutex.unlock(); }
+void Mutex::Lock() {
+    impl->mutex.lock();
+}
+void Mutex::Unlock() {
+    impl->mutex.unlock();
+}
 
 struct Semaphore::Impl {
     std::counting_semaphore<> count{0};
@@ -23,8 +27,12 @@ struct Semaphore::Impl {
 
 Semaphore::Semaphore() : impl(std::make_unique<Impl>()) {}
 Semaphore::~Semaphore() = default;
-void Semaphore::Release(int count) { impl->count.release(count); }
-void Semaphore::Acquire() { impl->count.acquire(); }
+void Semaphore::Release(int count) {
+    impl->count.release(count);
+}
+void Semaphore::Acquire() {
+    impl->count.acquire();
+}
 
 struct Thread::Impl {
     std::thread thread;
@@ -43,8 +51,12 @@ Thread::~Thread() {
         impl->thread.join();
 }
 
-bool Thread::Started() const { return impl->thread.joinable(); }
+bool Thread::Started() const {
+    return impl->thread.joinable();
+}
 
-unsigned ProcessorCount() { return std::max(1u, std::thread::hardware_concurrency()); }
+unsigned ProcessorCount() {
+    return std::max(1u, std::thread::hardware_concurrency());
+}
 
 } // namespace vantrel

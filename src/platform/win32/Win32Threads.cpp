@@ -9,10 +9,18 @@ struct Mutex::Impl {
     CRITICAL_SECTION section;
 };
 
-Mutex::Mutex() : impl(std::make_unique<Impl>()) { InitializeCriticalSection(&impl->section); }
-Mutex::~Mutex() { DeleteCriticalSection(&impl->section); }
-void Mutex::Lock() { EnterCriticalSection(&impl->section); }
-void Mutex::Unlock() { LeaveCriticalSection(&impl->section); }
+Mutex::Mutex() : impl(std::make_unique<Impl>()) {
+    InitializeCriticalSection(&impl->section);
+}
+Mutex::~Mutex() {
+    DeleteCriticalSection(&impl->section);
+}
+void Mutex::Lock() {
+    EnterCriticalSection(&impl->section);
+}
+void Mutex::Unlock() {
+    LeaveCriticalSection(&impl->section);
+}
 
 struct Semaphore::Impl {
     HANDLE handle = CreateSemaphoreA(nullptr, 0, 0x7fffffff, nullptr);
@@ -23,8 +31,12 @@ Semaphore::~Semaphore() {
     if (impl->handle)
         CloseHandle(impl->handle);
 }
-void Semaphore::Release(int count) { ReleaseSemaphore(impl->handle, count, nullptr); }
-void Semaphore::Acquire() { WaitForSingleObject(impl->handle, INFINITE); }
+void Semaphore::Release(int count) {
+    ReleaseSemaphore(impl->handle, count, nullptr);
+}
+void Semaphore::Acquire() {
+    WaitForSingleObject(impl->handle, INFINITE);
+}
 
 struct Thread::Impl {
     std::function<void()> work;
@@ -51,7 +63,9 @@ Thread::~Thread() {
     CloseHandle(impl->handle);
 }
 
-bool Thread::Started() const { return impl->handle != nullptr; }
+bool Thread::Started() const {
+    return impl->handle != nullptr;
+}
 
 unsigned ProcessorCount() {
     SYSTEM_INFO info{};

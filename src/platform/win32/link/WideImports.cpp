@@ -14,7 +14,8 @@ bool Narrow(LPCWSTR wide, char (&ansi)[MAX_PATH]) {
 
 } // namespace
 
-HANDLE WINAPI CreateSemaphoreAnsi(LPSECURITY_ATTRIBUTES attributes, LONG initial, LONG maximum, LPCWSTR name) {
+HANDLE WINAPI CreateSemaphoreAnsi(LPSECURITY_ATTRIBUTES attributes, LONG initial, LONG maximum,
+                                  LPCWSTR name) {
     char ansi[MAX_PATH];
     if (name && !Narrow(name, ansi))
         return nullptr;
@@ -40,9 +41,11 @@ HMODULE WINAPI LoadLibraryAnsi(LPCWSTR name) {
 #if defined(__i386__)
 // The imports' own names: the pointers every dllimport call goes through.
 extern "C" {
-HANDLE(WINAPI* vantrelCreateSemaphoreW)(LPSECURITY_ATTRIBUTES, LONG, LONG, LPCWSTR) __asm__(
-    "__imp__CreateSemaphoreW@16") = vantrel::CreateSemaphoreAnsi;
-HMODULE(WINAPI* vantrelGetModuleHandleW)(LPCWSTR) __asm__("__imp__GetModuleHandleW@4") = vantrel::GetModuleHandleAnsi;
+HANDLE(WINAPI* vantrelCreateSemaphoreW)
+(LPSECURITY_ATTRIBUTES, LONG, LONG,
+ LPCWSTR) __asm__("__imp__CreateSemaphoreW@16") = vantrel::CreateSemaphoreAnsi;
+HMODULE(WINAPI* vantrelGetModuleHandleW)
+(LPCWSTR) __asm__("__imp__GetModuleHandleW@4") = vantrel::GetModuleHandleAnsi;
 HMODULE(WINAPI* vantrelLoadLibraryW)(LPCWSTR) __asm__("__imp__LoadLibraryW@4") = vantrel::LoadLibraryAnsi;
 }
 #endif
