@@ -314,6 +314,15 @@ TEST_P(FileSystemContract, ReadAllHoldsTheWholeFileOrNothing) {
     EXPECT_EQ(fs.ReadAll(dir + "\\net.inf", bytes.size() - 1), nullptr);
     EXPECT_EQ(fs.ReadAll(dir + "\\none.inf", 100), nullptr);
     EXPECT_EQ(fs.ReadAll(dir, 1 << 20), nullptr);
+
+    // Large files may be taken another way than small ones; the contract is the same.
+    std::string large(3 << 19, 'L');
+    large[large.size() - 1] = 'E';
+    ASSERT_TRUE(WriteWholeFile(fs, dir + "\\large.cab", large));
+    auto held = fs.ReadAll(dir + "\\large.cab", large.size());
+    ASSERT_NE(held, nullptr);
+    EXPECT_EQ(held->View(), large);
+    EXPECT_EQ(fs.ReadAll(dir + "\\large.cab", large.size() - 1), nullptr);
 }
 
 TEST_P(FileSystemContract, WriteTruncatesAndAppendAdds) {

@@ -243,6 +243,32 @@ private:
     void* base;
     std::size_t size;
 };
+
+class HeapBytes : public FileBytes {
+public:
+    explicit HeapBytes(std::size_t size) : bytes(std::make_unique_for_overwrite<char[]>(size)), size(size) {}
+    char* Data() { return bytes.get(); }
+    std::string_view View() const override { return {bytes.get(), size}; }
+
+private:
+    std::unique_ptr<char[]> bytes;
+    std::size_t size;
+};
+
+// Below this a read costs less than mapping, faulting the pages in and unmapping them.
+constexpr std::uint64_t kMapFrom = 1 << 20;
+
+std::unique_ptr<const FileBytes> ReadWhole(int fd, std::size_t size) {
+    auto heap = std::make_unique<HeapBytes>(size);
+    std::size_t got = 0;
+    while (got < size) {
+        ssize_t n = ::pread(fd, heap->Data() + got, size - got, static_cast<off_t>(got));
+        if (n <= 0)
+            return nullptr; // a folder, an error, or a file cut short under us
+        got += static_cast<std::size_t>(n);
+    }
+    return heap;
+}
 #endif
 
 } // namespace
@@ -578,6 +604,11 @@ std::unique_ptr<const FileBytes> ImageFileSystem::ReadAll(std::string_view path,
     int fd = OpenHostFile(path, &size);
     if (fd < 0)
         return nullptr;
+    if (size > 0 && size <= maxBytes && size < kMapFrom) {
+        auto bytes = ReadWhole(fd, static_cast<std::size_t>(size));
+        ::close(fd);
+        return bytes;
+    }
     // Mapping a folder fails; an empty one may look like an empty file.
     void* base = nullptr;
     if (size > 0 && size <= maxBytes)
