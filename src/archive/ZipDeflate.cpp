@@ -63,6 +63,8 @@ private:
 };
 
 DeflatePool::DeflatePool(int threadCount) {
+    if (!workReady.Usable() || !jobDone.Usable())
+        threadCount = 0;
     for (int i = 0; i < threadCount; ++i) {
         auto thread = std::make_unique<Thread>([this] { Work(); });
         if (!thread->Started())

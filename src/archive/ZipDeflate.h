@@ -29,7 +29,8 @@ struct DeflateJob {
 
 class DeflatePool {
 public:
-    // With no threads, or none the system would start, Submit does the work before it returns.
+    // With no threads, or none the system would start or wait for, Submit does the work before
+    // it returns.
     explicit DeflatePool(int threads);
     ~DeflatePool();
     DeflatePool(const DeflatePool&) = delete;

@@ -42,6 +42,8 @@ public:
     Semaphore& operator=(const Semaphore&) = delete;
     void Release(int count = 1);
     void Acquire();
+    // False when the system would not make one; it then never waits.
+    bool Usable() const;
 
 private:
     struct Impl;

@@ -33,6 +33,9 @@ void Semaphore::Release(int count) {
 void Semaphore::Acquire() {
     impl->count.acquire();
 }
+bool Semaphore::Usable() const {
+    return true;
+}
 
 struct Thread::Impl {
     std::thread thread;

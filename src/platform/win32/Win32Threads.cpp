@@ -37,6 +37,9 @@ void Semaphore::Release(int count) {
 void Semaphore::Acquire() {
     WaitForSingleObject(impl->handle, INFINITE);
 }
+bool Semaphore::Usable() const {
+    return impl->handle != nullptr;
+}
 
 struct Thread::Impl {
     std::function<void()> work;
