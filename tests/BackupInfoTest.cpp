@@ -5,6 +5,7 @@
 #include "TestMachine.h"
 #include "backup/BackupInfo.h"
 #include "platform/FileSystem.h"
+#include "platform/image/ImagePorts.h"
 
 namespace vantrel {
 namespace {
@@ -39,11 +40,27 @@ MachineFacts FixedDay(int major = 10) {
     return facts;
 }
 
+// A machine whose user reads German while the system keeps English names.
+class GermanUser : public ImageSystem {
+public:
+    using ImageSystem::ImageSystem;
+    std::string FormatDate(int, int, int, const std::string&) override {
+        return "Samstag, 14. November 2026";
+    }
+    std::string FormatSystemDate(int year, int month, int day, const std::string& picture) override {
+        return ImageSystem::FormatDate(year, month, day, picture);
+    }
+};
+
 TEST(BackupInfoFile, ThirteenCrlfLinesByteForByte) {
     TestMachine machine(FixedDay());
-    auto& fs = machine.Ports().fs;
+    Platform& image = machine.Ports();
+    GermanUser system(FixedDay());
+    Platform ports{image.registry, image.fs,        system,        image.processes,
+                   image.shell,    image.resources, image.profile, image.clock};
+    auto& fs = ports.fs;
     ASSERT_TRUE(CreateDirectories(fs, "C:\\Backup\\Northwind HD Audio"));
-    ASSERT_TRUE(WriteBackupInfo(machine.Ports(), "C:\\Backup\\Northwind HD Audio", SampleSource()));
+    ASSERT_TRUE(WriteBackupInfo(ports, "C:\\Backup\\Northwind HD Audio", SampleSource()));
     std::string written;
     ASSERT_TRUE(ReadWholeFile(fs, "C:\\Backup\\Northwind HD Audio\\drvbck.pdb", &written));
     EXPECT_EQ(written, "[driver backup information]\r\n"

@@ -48,7 +48,8 @@ std::string FormatBackupInfo(const BackupInfoSource& source, const std::string& 
 
 bool WriteBackupInfo(Platform& platform, const std::string& folder, const BackupInfoSource& source) {
     LocalTime now = platform.clock.Now();
-    std::string date = platform.system.FormatDate(now.year, now.month, now.day, "dddd, MMMM dd, yyyy");
+    // Names in the system's language, whoever runs the backup.
+    std::string date = platform.system.FormatSystemDate(now.year, now.month, now.day, "dddd, MMMM dd, yyyy");
     return WriteWholeFile(platform.fs, folder + "\\" + kBackupInfoFile, FormatBackupInfo(source, date));
 }
 

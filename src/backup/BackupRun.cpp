@@ -71,12 +71,13 @@ BackupInfoSource InfoSource(Inventory& inventory, int recordIndex) {
     return source;
 }
 
-// The bar's value after `done` of `total` steps of the driver with index `driver`.
+// The bar's value after `done` of the `total` files of the driver with index `driver`: each
+// driver an equal share of 100, each file an equal part of that share.
 int Share(std::size_t driver, std::size_t drivers, int done, int total) {
-    double perDriver = 100.0 / static_cast<double>(drivers);
-    double value = perDriver * static_cast<double>(driver) +
-                   (total > 0 ? perDriver * static_cast<double>(done) / total : perDriver);
-    return std::min(100, static_cast<int>(value));
+    if (total <= 0)
+        done = total = 1;
+    long long steps = static_cast<long long>(drivers) * total;
+    return static_cast<int>(100 * (static_cast<long long>(driver) * total + done) / steps);
 }
 
 } // namespace
@@ -167,7 +168,6 @@ BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupIt
     FileFinder finder(fs); // the trees are listed once for the whole run
     InventoryRun inventoryRun(inventory);
 
-    int bar = 0;
     for (std::size_t n = 0; n < items.size(); ++n) {
         const BackupItem& item = items[n];
         observer.DriverStarted(item.row);
@@ -185,18 +185,21 @@ BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupIt
         }
         std::string folderName = BackupFolderName(desc);
         std::string folder = workBase + "\\" + folderName;
+        bool folderIsNew = !fs.Exists(folder);
         CreateDirectories(fs, folder);
+        // What this run puts into the folder: in the temporary folder only that is removed.
+        std::vector<std::string> written = {folder + "\\" + kBackupInfoFile};
         BackupInfoSource source = InfoSource(inventory, item.recordIndex);
         source.signature = GetSupportedOs(inventory, item.recordIndex);
         // A half-written information file must not pass for a backup.
         if (!WriteBackupInfo(platform, folder, source))
             fs.DeleteFile(folder + "\\" + kBackupInfoFile);
 
-        // The search takes the first half of the driver's share; the bar never goes back.
+        // The search moves the bar only within the first file's part of the driver's share,
+        // so that setting it per copied file never moves it back.
         std::vector<std::string> found =
-            SearchDriverFiles(finder, trees, observer, std::max(bar, Share(n, items.size(), 0, 1)),
-                              Share(n, items.size(), 1, 2));
-        bar = std::max(bar, Share(n, items.size(), 1, 2));
+            SearchDriverFiles(finder, trees, observer, Share(n, items.size(), 0, files.count),
+                              Share(n, items.size(), 1, files.count));
 
         for (int i = 1; i <= files.count; ++i) {
             if (observer.Cancelled()) {
@@ -212,13 +215,14 @@ BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupIt
             if (!from.empty() && !EqualsNoCase(from, to)) {
                 observer.AppendLog("\r\n " + Lang("MsgBackingUp", "Backing up") + " " + from);
                 observer.Pump();
-                if (fs.CopyFile(from, to, false))
+                if (fs.CopyFile(from, to, false)) {
                     ++summary.filesCopied;
-                else
+                    written.push_back(to);
+                } else {
                     summary.filesFailed.push_back(from);
+                }
             }
-            bar = std::max(bar, Share(n, items.size(), i, files.count));
-            observer.Progress(bar);
+            observer.Progress(Share(n, items.size(), i, files.count));
         }
         ++summary.driversSaved;
 
@@ -228,14 +232,11 @@ BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupIt
             PackageJob job{summary.target, workBase, folderName + "\\*.*", true, level};
             if (formInfo.pack(packaging, job) != kPackOk)
                 ++summary.packageErrors;
-            // The working copy in the temporary folder has served its purpose.
-            std::vector<FindData> left;
-            fs.FindFiles(folder + "\\*", &left);
-            for (const auto& entry : left) {
-                if (!entry.IsDirectory())
-                    fs.DeleteFile(folder + "\\" + entry.name);
-            }
-            fs.RemoveDirectory(folder);
+            // The working copy has served its purpose; what was there before the run stays.
+            for (const auto& file : written)
+                fs.DeleteFile(file);
+            if (folderIsNew)
+                fs.RemoveDirectory(folder);
         }
     }
     if (form == BackupForm::AutoSetup && !FinishAutoSetupPackage(packaging, summary.target))

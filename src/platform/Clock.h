@@ -20,6 +20,7 @@ public:
     virtual ~Clock() = default;
     virtual LocalTime Now() = 0;
     virtual std::uint64_t TickMs() = 0; // monotonic milliseconds
+    virtual void Sleep(std::uint32_t ms) = 0;
 };
 
 } // namespace vantrel

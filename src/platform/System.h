@@ -46,6 +46,11 @@ public:
 
     // GetDateFormatA with the user's locale and the given picture ("dddd, MMMM dd, yyyy").
     virtual std::string FormatDate(int year, int month, int day, const std::string& picture) = 0;
+    // The same with the system's default locale. A machine with one locale for everybody need
+    // not override it.
+    virtual std::string FormatSystemDate(int year, int month, int day, const std::string& picture) {
+        return FormatDate(year, month, day, picture);
+    }
 
     // Language files are UTF-8; windows show ANSI text. Where the ANSI code page is
     // UTF-8 (machine images, Windows 10 1903+ with our manifest) this changes nothing.

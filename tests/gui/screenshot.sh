@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Starts the real vantrel.exe under Wine on a virtual screen, waits for its main window,
 # titled from the language file, and saves a picture of the screen.
-#   screenshot.sh [--mark | --in-place] [--language NAME] EXE OUTDIR
+#   screenshot.sh [--mark | --in-place] [--language NAME] [--registry FILE]... EXE OUTDIR
 # --mark     the program runs from a copy whose language file gets a caption of its own, so
 #            that finding the window proves the title came from the file
 # --in-place the program runs where it lies (otherwise from a copy with its data files)
 # --language the language the program starts in (default English)
+# --registry a .reg file of the machine to show, imported again once the desktop is up
 set -uo pipefail
 # shellcheck source=xvfb.sh
 source "$(dirname "$0")/xvfb.sh"
@@ -13,11 +14,13 @@ source "$(dirname "$0")/xvfb.sh"
 mark=0
 inPlace=0
 language=English
+registry=()
 while [ $# -gt 2 ]; do
     case "$1" in
     --mark) mark=1 ;;
     --in-place) inPlace=1 ;;
     --language) language=$2; shift ;;
+    --registry) registry+=("$(realpath "$2")"); shift ;;
     *) echo "screenshot: unknown option $1" >&2; exit 2 ;;
     esac
     shift
@@ -61,9 +64,20 @@ title=$(sed -n 's/^Caption=\(.*\)$/\1/p' "$ini" | head -n1 | tr -d '\r')
 start_display || exit 1
 stop_wineserver
 mkdir -p "$WINEPREFIX"
-"$WINE" reg add 'HKCU\Software\Vantrel' /v Language /t REG_SZ /d "$language" /f >/dev/null 2>&1
+# One session for every step below: a new one would rewrite the display keys again.
+"$WINESERVER" -p
+# The first process of the session brings the desktop up.
+timeout 120 "$WINE" reg add 'HKCU\Software\Vantrel' /v Language /t REG_SZ /d "$language" /f >/dev/null 2>&1
 # Without a window manager Wine draws the title bars itself.
-"$WINE" reg add 'HKCU\Software\Wine\X11 Driver' /v Decorated /t REG_SZ /d N /f >/dev/null 2>&1
+timeout 60 "$WINE" reg add 'HKCU\Software\Wine\X11 Driver' /v Decorated /t REG_SZ /d N /f >/dev/null 2>&1
+# With the desktop Wine writes display and monitor class keys of its own, without InfPath,
+# over the machine's: its registry goes in again now.
+for file in "${registry[@]}"; do
+    if ! timeout 60 "$WINE" regedit /S "Z:${file//\//\\}" >/dev/null 2>&1; then
+        echo "screenshot: could not import $file" >&2
+        exit 1
+    fi
+done
 
 (cd "$folder" && exec "$WINE" vantrel.exe) >/dev/null 2>&1 &
 program=$!

@@ -49,6 +49,23 @@ TEST_F(Win32ProcessesPort, RunAndWaitReturnsOnlyWhenTheChildHasEnded) {
     EXPECT_FALSE(processes.RunAndWait(Quoted(folder / "missing.exe")));
 }
 
+TEST_F(Win32ProcessesPort, RunAndWaitForGivesTheExitCodeAndEndsAHungChild) {
+    ProcessResult done = processes.RunAndWaitFor(Quoted(cmd) + " /c exit 5", 0);
+    EXPECT_TRUE(done.started);
+    EXPECT_FALSE(done.timedOut);
+    EXPECT_EQ(done.exitCode, 5u);
+
+    // A loop that would run for minutes stands in for a hung installer.
+    std::uint64_t before = GetTickCount();
+    ProcessResult hung =
+        processes.RunAndWaitFor(Quoted(cmd) + " /c for /L %i in (1,1,100000000) do @rem", 300);
+    EXPECT_TRUE(hung.started);
+    EXPECT_TRUE(hung.timedOut);
+    EXPECT_LT(GetTickCount() - before, 5000u);
+
+    EXPECT_FALSE(processes.RunAndWaitFor(Quoted(folder / "missing.exe"), 0).started);
+}
+
 TEST_F(Win32ProcessesPort, StartRunsTheProgram) {
     std::string marker = folder / "started.txt";
     ASSERT_TRUE(processes.Start(Quoted(cmd) + " /c echo started>" + Quoted(marker)));

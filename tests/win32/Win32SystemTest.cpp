@@ -18,9 +18,9 @@ std::string Lower(std::string text) {
     return text;
 }
 
-std::string LocaleText(LCTYPE what) {
+std::string LocaleText(LCTYPE what, LCID locale = LOCALE_USER_DEFAULT) {
     char buffer[128] = {};
-    GetLocaleInfoA(LOCALE_USER_DEFAULT, what, buffer, sizeof buffer);
+    GetLocaleInfoA(locale, what, buffer, sizeof buffer);
     return buffer;
 }
 
@@ -87,6 +87,10 @@ TEST_F(Win32SystemPort, FormatDateUsesTheLocaleNames) {
               LocaleText(LOCALE_SDAYNAME6) + ", " + LocaleText(LOCALE_SMONTHNAME11) + " 14, 2026");
     EXPECT_EQ(system.FormatDate(2006, 1, 1, "dddd MMMM d"),
               LocaleText(LOCALE_SDAYNAME7) + " " + LocaleText(LOCALE_SMONTHNAME1) + " 1");
+    EXPECT_EQ(system.FormatSystemDate(2026, 11, 14, "dddd, MMMM dd, yyyy"),
+              LocaleText(LOCALE_SDAYNAME6, LOCALE_SYSTEM_DEFAULT) + ", " +
+                  LocaleText(LOCALE_SMONTHNAME11, LOCALE_SYSTEM_DEFAULT) + " 14, 2026");
+    EXPECT_EQ(system.FormatSystemDate(2024, 13, 1, "yyyy-MM-dd"), "");
     EXPECT_EQ(system.FormatDate(2024, 2, 29, "yyyy-MM-dd"), "2024-02-29");
     EXPECT_EQ(system.FormatDate(2024, 13, 1, "yyyy-MM-dd"), "");
     EXPECT_EQ(system.FormatDate(2024, 0, 1, "yyyy-MM-dd"), "");
@@ -140,11 +144,23 @@ TEST(Win32WideImports, AnsiStandInsAnswerAsTheWideFunctions) {
     EXPECT_EQ(LoadLibraryAnsi(std::wstring(400, L'x').c_str()), nullptr); // longer than a path
 }
 
-TEST(Win32ResourcesPort, MissingResourceIsFalse) {
+TEST(Win32ResourcesPort, MissingResourceIsReadFromTheResourcesFolderBesideTheProgram) {
     Win32Resources resources;
+    Win32FileSystem fs;
+    // An id no build carries, so only the file can answer.
+    constexpr int kId = 999;
+    std::string folder = Win32System().GetModuleFolder() + "\\resources";
+    std::string file = folder + "\\999.bin";
     std::string bytes = "untouched";
-    EXPECT_FALSE(resources.LoadCustom(kResDrvInstall32, &bytes));
-    EXPECT_FALSE(resources.LoadCustom(kResAutoSetupLauncher, &bytes));
+    ASSERT_FALSE(fs.Exists(file));
+    EXPECT_FALSE(resources.LoadCustom(kId, &bytes));
+    bool made = !fs.IsDirectory(folder) && fs.CreateDirectory(folder);
+    ASSERT_TRUE(WriteWholeFile(fs, file, std::string("MZ\0helper", 9)));
+    EXPECT_TRUE(resources.LoadCustom(kId, &bytes));
+    EXPECT_EQ(bytes, std::string("MZ\0helper", 9));
+    fs.DeleteFile(file);
+    if (made)
+        fs.RemoveDirectory(folder);
 }
 
 TEST(Win32PlatformSet, HandsOutWorkingPorts) {

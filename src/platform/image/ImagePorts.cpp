@@ -161,6 +161,13 @@ bool ImageProcesses::RunAndWait(const std::string& commandLine) {
     return handler ? handler(commandLine, true) : true;
 }
 
+ProcessResult ImageProcesses::RunAndWaitFor(const std::string& commandLine, std::uint32_t timeoutMs) {
+    timeouts.push_back(timeoutMs);
+    if (!RunAndWait(commandLine))
+        return {};
+    return exitHandler ? exitHandler(commandLine) : ProcessResult{true, false, 0};
+}
+
 bool ImageProcesses::Start(const std::string& commandLine) {
     calls.push_back(Call{commandLine, false});
     return handler ? handler(commandLine, false) : true;
@@ -227,8 +234,8 @@ LocalTime ImageClock::Now() {
 
 std::uint64_t ImageClock::TickMs() {
     using namespace std::chrono;
-    return static_cast<std::uint64_t>(
-        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+    return sleptMs + static_cast<std::uint64_t>(
+                         duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 } // namespace vantrel

@@ -51,11 +51,15 @@ public:
     // Stands in for the child: gets the command line and whether the caller waits; its answer
     // is the call's result. Without it every start succeeds.
     std::function<bool(const std::string& commandLine, bool wait)> handler;
+    // The exit code a waited-for child returns (0 without it); the time limit of each call.
+    std::function<ProcessResult(const std::string& commandLine)> exitHandler;
+    std::vector<std::uint32_t> timeouts;
 
     std::vector<unsigned> exitFlags; // every ExitWindows call
     bool exitWindowsResult = true;
 
     bool RunAndWait(const std::string& commandLine) override;
+    ProcessResult RunAndWaitFor(const std::string& commandLine, std::uint32_t timeoutMs) override;
     bool Start(const std::string& commandLine) override;
     bool EnableShutdownPrivilege() override { return true; }
     bool ExitWindows(unsigned flags, unsigned reason) override;
@@ -86,9 +90,12 @@ class ImageClock : public Clock {
 public:
     // The real local time unless a fixed time is set.
     std::optional<LocalTime> fixed;
+    // An image never waits: pauses are added up here and move TickMs on.
+    std::uint64_t sleptMs = 0;
 
     LocalTime Now() override;
     std::uint64_t TickMs() override;
+    void Sleep(std::uint32_t ms) override { sleptMs += ms; }
 };
 
 // "yyyy-mm-dd hh:mm:ss" (the time may be left out) with its day of the week; false when malformed.

@@ -4,13 +4,20 @@
 #include <vector>
 
 #include "platform/win32/WindowsApi.h"
+#include "util/Text.h"
 
 namespace vantrel {
 
 bool Win32Resources::LoadCustom(int id, std::string* bytes) {
     HRSRC found = FindResourceA(nullptr, MAKEINTRESOURCEA(id), "CUSTOM");
-    if (!found)
-        return false;
+    if (!found) {
+        // Programs that do not carry the helpers (the command line) find them as files in a
+        // "resources" folder beside themselves, as the build lays them out.
+        std::string folder = Win32System().GetModuleFolder();
+        Win32FileSystem fs;
+        return !folder.empty() &&
+               ReadWholeFile(fs, WithBackslash(folder) + "resources\\" + std::to_string(id) + ".bin", bytes);
+    }
     HGLOBAL loaded = LoadResource(nullptr, found);
     const void* data = loaded ? LockResource(loaded) : nullptr;
     if (!data)
@@ -53,6 +60,10 @@ std::uint64_t Win32Clock::TickMs() {
         ++wraps;
     last = now;
     return (wraps << 32) | now;
+}
+
+void Win32Clock::Sleep(std::uint32_t ms) {
+    ::Sleep(ms);
 }
 
 namespace {

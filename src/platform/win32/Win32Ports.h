@@ -67,6 +67,7 @@ public:
     bool DisableFsRedirection() override;
     void RevertFsRedirection() override;
     std::string FormatDate(int year, int month, int day, const std::string& picture) override;
+    std::string FormatSystemDate(int year, int month, int day, const std::string& picture) override;
 
 private:
     void* redirectionState = nullptr; // the value Wow64DisableWow64FsRedirection hands back
@@ -76,6 +77,7 @@ private:
 class Win32Processes : public Processes {
 public:
     bool RunAndWait(const std::string& commandLine) override;
+    ProcessResult RunAndWaitFor(const std::string& commandLine, std::uint32_t timeoutMs) override;
     bool Start(const std::string& commandLine) override;
     bool EnableShutdownPrivilege() override;
     bool ExitWindows(unsigned flags, unsigned reason) override;
@@ -102,6 +104,7 @@ class Win32Clock : public Clock {
 public:
     LocalTime Now() override;
     std::uint64_t TickMs() override;
+    void Sleep(std::uint32_t ms) override;
 };
 
 } // namespace vantrel

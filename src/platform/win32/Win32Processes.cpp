@@ -39,6 +39,26 @@ bool Win32Processes::RunAndWait(const std::string& commandLine) {
     return true;
 }
 
+ProcessResult Win32Processes::RunAndWaitFor(const std::string& commandLine, std::uint32_t timeoutMs) {
+    ProcessResult result;
+    PROCESS_INFORMATION process{};
+    if (!CreateChild(commandLine, true, &process))
+        return result;
+    result.started = true;
+    CloseHandle(process.hThread);
+    if (WaitForSingleObject(process.hProcess, timeoutMs == 0 ? INFINITE : timeoutMs) == WAIT_TIMEOUT) {
+        // A hung installer must not hold the whole run: it is ended and reported.
+        TerminateProcess(process.hProcess, 1);
+        WaitForSingleObject(process.hProcess, 5000);
+        result.timedOut = true;
+    }
+    DWORD code = 0;
+    GetExitCodeProcess(process.hProcess, &code);
+    result.exitCode = code;
+    CloseHandle(process.hProcess);
+    return result;
+}
+
 bool Win32Processes::Start(const std::string& commandLine) {
     PROCESS_INFORMATION process{};
     if (!CreateChild(commandLine, false, &process))

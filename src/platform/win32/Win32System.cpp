@@ -159,7 +159,9 @@ void Win32System::RevertFsRedirection() {
     redirectionState = nullptr;
 }
 
-std::string Win32System::FormatDate(int year, int month, int day, const std::string& picture) {
+namespace {
+
+std::string FormatDateIn(LCID locale, int year, int month, int day, const std::string& picture) {
     if (year < 1601 || year > 30827 || month < 1 || month > 12 || day < 1 || day > 31)
         return "";
     SYSTEMTIME date{};
@@ -167,12 +169,22 @@ std::string Win32System::FormatDate(int year, int month, int day, const std::str
     date.wMonth = static_cast<WORD>(month);
     date.wDay = static_cast<WORD>(day);
     date.wDayOfWeek = static_cast<WORD>(DayOfWeek(year, month, day));
-    int size = GetDateFormatA(LOCALE_USER_DEFAULT, 0, &date, picture.c_str(), nullptr, 0);
+    int size = GetDateFormatA(locale, 0, &date, picture.c_str(), nullptr, 0);
     if (size <= 0)
         return "";
     std::vector<char> buffer(static_cast<std::size_t>(size) + 1);
-    int length = GetDateFormatA(LOCALE_USER_DEFAULT, 0, &date, picture.c_str(), buffer.data(), size);
+    int length = GetDateFormatA(locale, 0, &date, picture.c_str(), buffer.data(), size);
     return length > 0 ? std::string(buffer.data()) : std::string();
+}
+
+} // namespace
+
+std::string Win32System::FormatDate(int year, int month, int day, const std::string& picture) {
+    return FormatDateIn(LOCALE_USER_DEFAULT, year, month, day, picture);
+}
+
+std::string Win32System::FormatSystemDate(int year, int month, int day, const std::string& picture) {
+    return FormatDateIn(LOCALE_SYSTEM_DEFAULT, year, month, day, picture);
 }
 
 } // namespace vantrel
