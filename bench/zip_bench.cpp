@@ -117,6 +117,8 @@ public:
         fs::rename(Host(from), Host(to), ec);
         return !ec;
     }
+    bool SetAttributes(std::string_view, std::uint32_t) override { return false; }
+    bool DeleteAtReboot(std::string_view) override { return false; }
 
 private:
     class Input : public vantrel::InputFile {

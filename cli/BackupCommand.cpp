@@ -95,19 +95,20 @@ std::string MissingHelpers(Resources& resources, const std::string& format) {
 } // namespace
 
 int RunBackup(CliArgs& args) {
-    std::string error, imageDir, to, format = "folder", resources = DefaultResources();
+    std::string error, imageDir;
+    BackupRequest request;
+    request.resources = DefaultResources();
     args.TakeValue("--image", &imageDir, &error);
-    args.TakeValue("--to", &to, &error);
-    args.TakeValue("--format", &format, &error);
-    args.TakeValue("--resources", &resources, &error);
-    bool all = args.TakeFlag("--all");
-    std::vector<std::string> names = args.TakeValues("--driver", &error);
+    args.TakeValue("--to", &request.to, &error);
+    args.TakeValue("--format", &request.format, &error);
+    args.TakeValue("--resources", &request.resources, &error);
+    request.all = args.TakeFlag("--all");
+    request.names = args.TakeValues("--driver", &error);
     std::vector<std::string> rest;
-    const char* option = OptionForFormat(format);
-    if (error.empty() && to.empty())
+    if (error.empty() && request.to.empty())
         error = "--to DIR is needed";
-    if (error.empty() && option == nullptr)
-        error = "unknown format \"" + format + "\"";
+    if (error.empty() && OptionForFormat(request.format) == nullptr)
+        error = "unknown format \"" + request.format + "\"";
     if (!error.empty() || !args.Rest(&rest, &error) || !rest.empty()) {
         std::fprintf(stderr, "vantrel backup: %s\n%s\n",
                      error.empty() ? "unexpected argument" : error.c_str(), kUsage);
@@ -117,13 +118,29 @@ int RunBackup(CliArgs& args) {
     Machine machine;
     if (!OpenInventory("backup", imageDir, &machine))
         return 1;
+    return BackUpDrivers("backup", machine, imageDir, request);
+}
+
+int BackUpDrivers(const char* command, Machine& machine, const std::string& imageDir,
+                  const BackupRequest& request) {
+    std::string to = request.to;
+    const std::string& format = request.format;
+    const std::string& resources = request.resources;
+    const std::vector<std::string>& names = request.names;
+    bool all = request.all;
+    const char* option = OptionForFormat(format);
+    if (option == nullptr) {
+        std::fprintf(stderr, "vantrel %s: unknown format \"%s\"\n", command, format.c_str());
+        return 2;
+    }
     Platform& platform = machine.set->Ports();
     std::string root;
     if (auto* image = dynamic_cast<ImagePlatform*>(machine.set.get())) {
         std::error_code ec;
         std::filesystem::create_directories(to, ec);
         if (ec) {
-            std::fprintf(stderr, "vantrel backup: cannot create %s: %s\n", to.c_str(), ec.message().c_str());
+            std::fprintf(stderr, "vantrel %s: cannot create %s: %s\n", command, to.c_str(),
+                         ec.message().c_str());
             return 1;
         }
         image->Files().AddMount(std::string(kImageTargetDrive) + "\\",
@@ -138,15 +155,15 @@ int RunBackup(CliArgs& args) {
     }
     if (std::string missing = MissingHelpers(platform.resources, format); !missing.empty()) {
         std::fprintf(stderr,
-                     "vantrel backup: --format %s needs the helper programs, and these are missing: %s.\n",
-                     format.c_str(), missing.c_str());
+                     "vantrel %s: --format %s needs the helper programs, and these are missing: %s.\n",
+                     command, format.c_str(), missing.c_str());
         if (!imageDir.empty())
             std::fprintf(stderr, "Put them into %s or name their folder with --resources DIR.\n",
                          resources.c_str());
         return 1;
     }
     if (!CreateDirectories(platform.fs, root)) {
-        std::fprintf(stderr, "vantrel backup: cannot create the folder %s\n", root.c_str());
+        std::fprintf(stderr, "vantrel %s: cannot create the folder %s\n", command, root.c_str());
         return 1;
     }
 
@@ -161,12 +178,13 @@ int RunBackup(CliArgs& args) {
     for (const auto& name : names) {
         if (std::none_of(listed.begin(), listed.end(),
                          [&](const ListedDriver& d) { return d.row.cells.at(0) == name; })) {
-            std::fprintf(stderr, "vantrel backup: no driver \"%s\" (see vantrel list --all)\n", name.c_str());
+            std::fprintf(stderr, "vantrel %s: no driver \"%s\" (see vantrel list --all)\n", command,
+                         name.c_str());
             return 1;
         }
     }
     if (items.empty()) {
-        std::fprintf(stderr, "vantrel backup: no drivers to back up\n");
+        std::fprintf(stderr, "vantrel %s: no drivers to back up\n", command);
         return 1;
     }
 
@@ -192,6 +210,9 @@ int RunBackup(CliArgs& args) {
         std::printf("not found on this machine: %s\n", name.c_str());
     for (const auto& path : summary.filesFailed)
         std::printf("could not copy: %s\n", path.c_str());
+    for (const auto& driver : summary.incomplete)
+        std::printf("incomplete: %s: missing %s\n", driver.driverDesc.c_str(),
+                    DescribeMissing(driver.missing, "catalog").c_str());
     std::string where = summary.target;
     if (!imageDir.empty()) {
         std::string relative = where.substr(3); // after "V:\"

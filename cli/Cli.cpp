@@ -1,11 +1,13 @@
 #include "Cli.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 #include "app/Startup.h"
 #include "inventory/Enumeration.h"
 #include "platform/image/MachineImage.h"
+#include "util/Text.h"
 
 namespace vantrel {
 
@@ -98,6 +100,28 @@ bool ConsoleDialogs::BrowseForFolder(const std::string&, std::string*) {
 
 bool ConsoleDialogs::OpenFile(const std::string&, const std::string&, std::string*) {
     return false;
+}
+
+bool AskYesNo(const std::string& question) {
+    std::printf("%s [y/N] ", question.c_str());
+    std::fflush(stdout);
+    char answer[32] = {};
+    if (!std::fgets(answer, sizeof answer, stdin))
+        return false;
+    std::string text = LowerAscii(TrimWhite(answer));
+    return text == "y" || text == "yes";
+}
+
+bool ParseTimeoutSeconds(const std::string& text, const std::string& option, unsigned* seconds,
+                         std::string* error) {
+    char* end = nullptr;
+    unsigned long value = std::strtoul(text.c_str(), &end, 10);
+    if (end == text.c_str() || *end != '\0' || value > 24 * 3600 || text[0] == '-') {
+        *error = option + " needs a number of seconds (0 waits without limit)";
+        return false;
+    }
+    *seconds = static_cast<unsigned>(value);
+    return true;
 }
 
 bool OpenInventory(const char* command, const std::string& imageDir, Machine* machine) {

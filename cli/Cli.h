@@ -46,6 +46,12 @@ private:
     bool answerYes;
 };
 
+// Asks on the terminal; true only for the answer "y" or "yes".
+bool AskYesNo(const std::string& question);
+// A time limit in seconds (0: none), at most a day; false with *error set when it is not one.
+bool ParseTimeoutSeconds(const std::string& text, const std::string& option, unsigned* seconds,
+                         std::string* error);
+
 // A machine with the program started on it and its drivers read.
 struct Machine {
     std::unique_ptr<PlatformSet> set;
@@ -55,9 +61,27 @@ struct Machine {
 // False (with a message on stderr naming the command) when the machine cannot be opened.
 bool OpenInventory(const char* command, const std::string& imageDir, Machine* machine);
 
+// What `vantrel backup` backs up: into DIR\Drivers Backup, in a form ("folder", "zip", "sfx" or
+// "auto"), the named drivers, else all listed ones with all, else the Non-Microsoft ones.
+struct BackupRequest {
+    std::string to;
+    std::string format = "folder";
+    std::string resources; // the carried programs' folder, for an image
+    bool all = false;
+    std::vector<std::string> names;
+};
+// The backup run of `vantrel backup` on an open machine, its messages naming command. 0 when
+// every file was saved.
+int BackUpDrivers(const char* command, Machine& machine, const std::string& imageDir,
+                  const BackupRequest& request);
+
 int RunInfo(CliArgs& args);
 int RunList(CliArgs& args);
 int RunShow(CliArgs& args);
 int RunBackup(CliArgs& args);
+int RunCatalog(CliArgs& args);
+int RunRestore(CliArgs& args);
+int RunUninstall(CliArgs& args);
+int RunVerify(CliArgs& args);
 
 } // namespace vantrel

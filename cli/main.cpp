@@ -18,7 +18,20 @@ void Usage(std::FILE* out) {
                "                        the details of one listed driver\n"
                "  backup --to DIR [--format folder|zip|sfx|auto] [--all] [--driver \"DESC\"]...\n"
                "         [--image DIR] [--resources DIR]\n"
-               "                        backs up the Non-Microsoft drivers (or all, or the named ones)\n",
+               "                        backs up the Non-Microsoft drivers (or all, or the named ones)\n"
+               "  catalog PATH [--csv] [--image DIR]\n"
+               "                        the drivers backed up in a folder, zip, self-extractor or auto-setup "
+               "package\n"
+               "  restore --from PATH [--driver \"DESC\"]... [--all] [--plan] [--yes] [--image DIR]\n"
+               "          [--resources DIR] [--timeout SECONDS]\n"
+               "                        reinstalls the backed-up drivers that need it (or all, or the named\n"
+               "                        ones); --plan only says what it would do\n"
+               "  verify PATH [--image DIR]\n"
+               "                        whether each driver of a backup (folder, zip, self-extractor or\n"
+               "                        auto-setup package) holds every file it needs to install again\n"
+               "  uninstall --driver \"DESC\"... [--yes] [--backup-to DIR] [--timeout SECONDS]\n"
+               "                        removes the named drivers (Windows only); --backup-to backs them\n"
+               "                        up into a folder first and removes nothing if that fails\n",
                out);
 }
 
@@ -39,6 +52,14 @@ int main(int argc, char** argv) {
         return vantrel::RunShow(args);
     if (command == "backup")
         return vantrel::RunBackup(args);
+    if (command == "catalog")
+        return vantrel::RunCatalog(args);
+    if (command == "restore")
+        return vantrel::RunRestore(args);
+    if (command == "uninstall")
+        return vantrel::RunUninstall(args);
+    if (command == "verify")
+        return vantrel::RunVerify(args);
     if (command == "help" || command == "--help" || command == "-h") {
         Usage(stdout);
         return 0;

@@ -50,6 +50,7 @@ constexpr MenuName kMenuNames[] = {
     {IDM_MNURSTFOLDER, "MnuRstFolder"},
     {IDM_MNURSTZIP, "MnuRstZip"},
     {IDM_MNURSTSFX, "MnuRstSfx"},
+    {IDM_MNURSTNEEDED, "MnuRstNeeded"},
     {IDM_MNUUP, "MnuUp"},
     {IDM_MNUUPDATE, "MnuUpdate"},
     {IDM_MNULIVEUPDATE, "MnuLiveupdate"},

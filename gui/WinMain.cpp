@@ -8,6 +8,8 @@
 #include "inventory/BackupListPage.h"
 #include "inventory/Inventory.h"
 #include "platform/Platform.h"
+#include "removal/UninstallPage.h"
+#include "restore/RestorePage.h"
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int showCommand) {
     INITCOMMONCONTROLSEX controls{};
@@ -29,6 +31,10 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int showCommand) {
     // The run comes first: while it goes on it holds back the list's commands.
     frmMain.Page().AddPart(backupRun);
     frmMain.Page().AddPart(backupList);
+    vantrel::RestorePage restore(app, frmMain, frmMain.AskUser(), frmMain.Page());
+    frmMain.Page().AddPart(restore);
+    vantrel::UninstallPage uninstall(app, frmMain, frmMain.AskUser(), inventory);
+    frmMain.Page().AddPart(uninstall);
     if (!frmMain.Create())
         return 1;
     frmMain.Show(showCommand);

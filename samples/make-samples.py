@@ -342,10 +342,11 @@ def profile_get(data, section, key):
 
 def check_inf_layout(name, data):
     """Keeps the samples clear of layouts that two careful readings of the rules could take
-    differently (blanks around section headers and directives)."""
+    differently (blanks before section headers and directives, comments after headers). Blanks
+    after a header's "]" are allowed: the program's two readings take them apart on purpose."""
     for n, raw in enumerate(inf_lines(data), 1):
         line = raw.rstrip("\r")
-        if line.lstrip(" \t").startswith("[") and line != strip_comment(line).strip():
+        if line.lstrip(" \t").startswith("[") and line.rstrip(" ") != strip_comment(line).strip():
             raise SystemExit("%s:%d: section header with blanks or comment" % (name, n))
         if line[:1] in (" ", "\t") and line.strip().lower().startswith(("copyfiles", "[")):
             raise SystemExit("%s:%d: indented directive" % (name, n))
@@ -409,7 +410,50 @@ def walk_install_section(data, lines, start, header):
     return entries, i
 
 
-def driver_file_list(files, windir, inf_path, section, nt):
+def windows_sections(data):
+    """Section bodies as Windows' INF reader finds them: a header is a line whose first character
+    other than blanks is "[", named by its text up to "]" without the blanks around it; the
+    bodies of sections of one name run together."""
+    bodies, current = {}, None
+    for raw in inf_lines(data):
+        stripped = raw.lstrip(" \t\r")
+        if stripped.startswith("["):
+            close = stripped.find("]")
+            current = clean(stripped[1:close]).strip().lower() if close >= 0 else None
+            if current is not None:
+                bodies.setdefault(current, [])
+            continue
+        if current is not None:
+            bodies[current].append(raw)
+    return bodies
+
+
+def windows_install_section(bodies, section):
+    """The CopyFiles of one section by Windows' headers, read as the program reads the lines."""
+    entries = []
+    for line in bodies.get(section.strip().lower(), []):
+        text = clean(line)
+        if text[:9].lower() != "copyfiles":
+            continue
+        items = clean(strip_comment(text.split("=", 1)[1] if "=" in text else ""))
+        for item in items.split(","):
+            item = item.strip()
+            if item.startswith("@"):
+                entries.append((item[1:].strip(), ""))
+            elif item:
+                for body_line in bodies.get(item.lower(), []):
+                    text = clean(strip_comment(body_line))
+                    if "," in text:
+                        fields = text.split(",")
+                        name, source = clean(fields[0]).strip(), clean(fields[1]).strip()
+                    else:
+                        name, source = text.strip(), ""
+                    if name:
+                        entries.append((name, source))
+    return entries
+
+
+def driver_file_list(files, windir, inf_path, section, nt, ext=""):
     """(INF path found or None, [(name, source)]) as the program lists a driver's files."""
     inf_path = inf_path.strip()
     entries = [(inf_path, "")]
@@ -443,7 +487,21 @@ def driver_file_list(files, windir, inf_path, section, nt):
     co_anywhere, _ = walk_install_section(data, lines, 0, "[" + sect + ".coinstallers]")
     if co_after != co_anywhere:
         raise SystemExit("%s: co-installer section must follow the install section" % found)
-    return found, entries + main + co_after
+    entries = entries + main + co_after
+    if not sect:
+        return found, entries
+    # Then the sections as Windows reads them, the decorated one it ran included; only files
+    # not listed yet are added.
+    listed = {(n.lower(), (s or n).lower()) for n, s in entries}
+    bodies = windows_sections(data)
+    ext = ext.strip()
+    names = [sect, sect + ".coinstallers"] + ([sect + ext, sect + ext + ".coinstallers"] if ext else [])
+    for name in names:
+        for n, s in windows_install_section(bodies, name):
+            if (n.lower(), (s or n).lower()) not in listed:
+                listed.add((n.lower(), (s or n).lower()))
+                entries.append((n, s))
+    return found, entries
 
 
 # ---------------------------------------------------------------------------------------------
@@ -794,6 +852,7 @@ PnpLockdown = 1
 [DestinationDirs]
 DefaultDestDir = 13
 TLG.Copy.System32 = 11
+TLG.Copy.Wow64 = 16425
 
 [Manufacturer]
 %Tallis% = Tallis, NTamd64.10.0...17763
@@ -805,7 +864,7 @@ TLG.Copy.System32 = 11
 [TLG_Vireo]
 FeatureScore = F6
 CopyFiles = TLG.Copy.Kmd, TLG.Copy.Umd, TLG.Copy.Vulkan
-CopyFiles = TLG.Copy.System32, TLG.Copy.Profiles
+CopyFiles = TLG.Copy.System32, TLG.Copy.Profiles, TLG.Copy.Wow64
 AddReg = TLG.SoftwareDeviceSettings, TLG.Vulkan.AddReg
 
 [TLG_Vireo.Services]
@@ -832,6 +891,10 @@ tlgvk64.json
 [TLG.Copy.System32]
 tlgcpl.exe,tlgcpl.ex_
 tlgmon.dll
+
+; the 32-bit build of the monitor helper, for 32-bit programs
+[TLG.Copy.Wow64]
+tlgmon.dll,tlgmon32.dll
 
 [TLG.SoftwareDeviceSettings]
 HKR,, InstalledDisplayDrivers, %REG_MULTI_SZ%, tlgumd64
@@ -894,13 +957,13 @@ DefaultDestDir=12
 [Tallis.NTamd64]
 %TlgHdmi.DeviceDesc%=TlgHdmi_Install,HDAUDIO\FUNC_01&VEN_6B3D&DEV_AA01
 
-[TlgHdmi_Install]
+[TlgHdmi_Install.NT]
 Include=ks.inf,wdmaudio.inf
 Needs=KS.Registration,WDMAUDIO.Registration
 CopyFiles=TlgHdmi.Copy
 AddReg=TlgHdmi.AddReg
 
-[TlgHdmi_Install.Services]
+[TlgHdmi_Install.NT.Services]
 AddService=tlghdmi,0x00000002,TlgHdmi.Service
 
 [TlgHdmi.Copy]
@@ -951,7 +1014,7 @@ CV.CopyFiles = 12
 %CV8125.DeviceDesc% = CV8125.ndi, PCI\VEN_3E91&DEV_8125&SUBSYS_86773E91
 %CV8125.DeviceDesc% = CV8125.ndi, PCI\VEN_3E91&DEV_8125
 
-[CV8125.ndi]
+[CV8125.ndi] 
 Characteristics    = 0x84
 BusType            = 5
 *IfType            = 6
@@ -1021,6 +1084,7 @@ PnpLockdown=1
 [DestinationDirs]
 DefaultDestDir=12
 CvWl.CopyUm=11
+CvWl.CoInst.Copy=11
 
 [Manufacturer]
 %Corvid%=Corvid,NTamd64.10.0
@@ -1040,6 +1104,16 @@ CopyFiles=CvWl.CopyFiles,CvWl.CopyUm
 
 [Install_GEN_AX2723.NTamd64.Services]
 AddService=cvwlx64,0x00000002,CvWl.Service
+
+[Install_GEN_AX2723.NTamd64.CoInstallers]
+AddReg=CvWl.CoInst.AddReg
+CopyFiles=CvWl.CoInst.Copy
+
+[CvWl.CoInst.Copy]
+cvwlcoins.dll
+
+[CvWl.CoInst.AddReg]
+HKR,,CoInstallers32,0x00010000,"cvwlcoins.dll,CvWlCoInstaller"
 
 [CvWl.CopyFiles]
 cvwlx64.sys
@@ -1402,6 +1476,7 @@ DriverVer=08/30/2020,2.0.0.14
 
 [DestinationDirs]
 DefaultDestDir=12
+OrsPmc.Util=11
 
 [Manufacturer]
 %Orrin%=Orrin,NTamd64
@@ -1415,8 +1490,17 @@ CopyFiles=OrsPmc.Sys
 [OrsPmc_Inst.Services]
 AddService=orspmc,0x00000002,OrsPmc.Service
 
+[OrsPmc_Inst.NTamd64]
+CopyFiles=OrsPmc.Sys,OrsPmc.Util
+
+[OrsPmc_Inst.NTamd64.Services]
+AddService=orspmc,0x00000002,OrsPmc.Service
+
 [OrsPmc.Sys]
 orspmc.sys
+
+[OrsPmc.Util]
+orspmcsvc.exe
 
 [OrsPmc.Service]
 ServiceType=1
@@ -1558,6 +1642,8 @@ PACKAGES = [
 ]
 # An older copy of the card reader's INF that an earlier install left in inf\other.
 OLD_HALDANE = ("oem14.inf", haldane_inf("11/2/2017", "1.2.0.0", False))
+# The display driver's version before the current one, left in the driver store: (date, version).
+OLD_VIREO = ("05/20/2021", "27.20.14535.3005")
 # The fingerprint reader's INF (oem15.inf) was deleted by hand; only its driver file is left.
 MISSING_INF = "oem15.inf"
 
@@ -1567,22 +1653,26 @@ WIN10_DIRS = {
     "12": "C:\\WINDOWS\\system32\\drivers",
     "23": "C:\\WINDOWS\\system32\\spool\\drivers\\color",
     "66000": "C:\\WINDOWS\\system32\\spool\\drivers\\x64\\3",
+    "16425": "C:\\WINDOWS\\SysWOW64",
 }
 
 
-def place_package(files, dirs, inf_name, data, vendor, store_dir=None):
-    """Puts the files an INF copies where Windows would have put them."""
+def place_package(files, dirs, inf_name, data, vendor, store_dir=None, installed=True):
+    """Puts the files an INF copies where Windows would have put them: into the package's folder
+    of the driver store under their source names, and, when installed, where the INF copies
+    them (DIRID 13 files run from the store and have no other place)."""
     for dest, source, target in copy_entries(data):
         dirid, _, sub = target.partition(",")
+        # A 32-bit build of a file is another file than the 64-bit one of that name.
+        data_of_file = driver_file_bytes(dest, vendor + (" 32-bit" if dirid.strip() == "16425" else ""))
         if dirid.strip() == "13":
             if store_dir is None:
                 raise SystemExit("%s: DIRID 13 outside the driver store" % inf_name)
-            files.put(store_dir + "\\" + dest, driver_file_bytes(dest, vendor))
-            continue
-        folder = dirs[dirid.strip()] + ("\\" + sub.strip() if sub.strip() else "")
-        files.put(folder + "\\" + dest, driver_file_bytes(dest, vendor))
+        elif installed:
+            folder = dirs[dirid.strip()] + ("\\" + sub.strip() if sub.strip() else "")
+            files.put(folder + "\\" + dest, data_of_file)
         if store_dir is not None:
-            files.put(store_dir + "\\" + (source or dest), driver_file_bytes(dest, vendor))
+            files.put(store_dir + "\\" + (source or dest), data_of_file)
 
 
 def catalogs_of(data):
@@ -1653,8 +1743,9 @@ def win10_devices():
     devs = cpu + [
         Dev("ACPI", "ORS0010", "1", "System", ["ACPI\\ORS0010", "*ORS0010"],
             Drv("Orrin Systems Power Management Controller", "Orrin Systems", "oem4.inf", "OrsPmc_Inst",
-                "8-30-2020", None, matching="acpi\\ors0010"),
-            service="orspmc", note="registry has no DriverVersion: taken from the INF's DriverVer"),
+                "8-30-2020", None, ext=".NTamd64", matching="acpi\\ors0010"),
+            service="orspmc", note="registry has no DriverVersion: taken from the INF's DriverVer; "
+                                   "plain and .NTamd64 install sections"),
         Dev("ACPI", "PNP0303", "4&1d401fb5&0", "Keyboard", ["ACPI\\VEN_PNP&DEV_0303", "ACPI\\PNP0303", "*PNP0303"],
             Drv("Standard PS/2 Keyboard", "(Standard keyboards)", "keyboard.inf", "STANDARD_Inst",
                 "6-21-2006", "10.0.19041.1", matching="*pnp0303"),
@@ -1677,8 +1768,9 @@ def win10_devices():
             ["HDAUDIO\\FUNC_01&VEN_6B3D&DEV_AA01&SUBSYS_6B3DAA01&REV_1001",
              "HDAUDIO\\FUNC_01&VEN_6B3D&DEV_AA01&SUBSYS_6B3DAA01", "HDAUDIO\\FUNC_01&VEN_6B3D&DEV_AA01"],
             Drv("Tallis Graphics High Definition Audio", "Tallis Graphics", "oem10.inf", "TlgHdmi_Install",
-                "8-2-2021", "10.0.1.21", matching="hdaudio\\func_01&ven_6b3d&dev_aa01"),
-            compat=["HDAUDIO\\FUNC_01&VEN_6B3D", "HDAUDIO\\FUNC_01"], service="tlghdmi"),
+                "8-2-2021", "10.0.1.21", ext=".NT", matching="hdaudio\\func_01&ven_6b3d&dev_aa01"),
+            compat=["HDAUDIO\\FUNC_01&VEN_6B3D", "HDAUDIO\\FUNC_01"], service="tlghdmi",
+            note="install section only as [TlgHdmi_Install.NT]"),
         Dev("HDAUDIO", "FUNC_01&VEN_7C12&DEV_0887&SUBSYS_1A2B7C12&REV_1003", "4&3b19b07&0&0001", "MEDIA",
             ["HDAUDIO\\FUNC_01&VEN_7C12&DEV_0887&SUBSYS_1A2B7C12&REV_1003",
              "HDAUDIO\\FUNC_01&VEN_7C12&DEV_0887&SUBSYS_1A2B7C12", "HDAUDIO\\FUNC_01&VEN_7C12&DEV_0887"],
@@ -2021,6 +2113,21 @@ def build_win10_files(files):
             files.put("%s\\system32\\CatRoot\\%s\\%s" % (windir, CATROOT, oem[:-4] + ".cat"),
                       driver_file_bytes(cats[-1], vendor))
         place_package(files, WIN10_DIRS, orig, data, vendor, store)
+    # The display driver's previous version is still in the driver store beside the current
+    # one, as Windows keeps it: same file names, other bytes, an INF of the same size.
+    old_date, old_version = OLD_VIREO
+    old_vireo = encode_inf(fill_source_disks(TALLIS_VIREO_INF.replace(
+        "DriverVer = 10/12/2021,27.20.21012.4001", "DriverVer = %s,%s" % (old_date, old_version))), False)
+    current = "%s\\System32\\DriverStore\\FileRepository\\tlgvireo.inf_amd64_%s" % (windir, store_hash("tlgvireo.inf"))
+    old_store = "%s\\System32\\DriverStore\\FileRepository\\tlgvireo.inf_amd64_%s" % (
+        windir, store_hash("tlgvireo.inf " + old_date))
+    if len(old_vireo) != len(files.get(current + "\\tlgvireo.inf")) or old_store.lower() > current.lower():
+        raise SystemExit("the older display package must have an INF of the same size and be listed first")
+    files.put(old_store + "\\tlgvireo.inf", old_vireo)
+    for cat in catalogs_of(old_vireo):
+        files.put(old_store + "\\" + cat, driver_file_bytes(cat, "Tallis Graphics " + old_version))
+    place_package(files, WIN10_DIRS, "tlgvireo.inf", old_vireo, "Tallis Graphics " + old_version, old_store,
+                  installed=False)
     old_oem, old_text = OLD_HALDANE
     old = encode_inf(fill_source_disks(old_text), False)
     check_inf_layout("old " + old_oem, old)
@@ -2529,7 +2636,7 @@ def expected_rows(records, files, windir, nt):
     rows = []
     for rec in records:
         inf = rec["infPath"].strip()
-        found, entries = driver_file_list(files, windir, inf, rec["infSection"], nt)
+        found, entries = driver_file_list(files, windir, inf, rec["infSection"], nt, rec["infSectionExt"])
         if found is None:
             rec["listed"] = False
             continue
@@ -2627,9 +2734,9 @@ made up for these samples; the driver files are a few hundred bytes of text and 
   `registry/system.reg` hold the machine's skeleton (version, folders, setup classes, shell
   folders); the devices are in `registry/devices.reg` and their files under `drive_c/windows`:
   INFs in `inf\\` (and a few in `inf\\other\\`) with their `.PNF`, driver files in
-  `system32\\drivers` and `system32`, catalogs and original packages in
-  `System32\\DriverStore\\FileRepository\\<name>.inf_amd64_<hash>\\`, catalogs also in
-  `system32\\CatRoot`.
+  `system32\\drivers`, `system32` and `SysWOW64`, catalogs and original packages (each file under
+  its name on the medium) in `System32\\DriverStore\\FileRepository\\<name>.inf_amd64_<hash>\\`,
+  catalogs also in `system32\\CatRoot`.
 - `machine-98/`: Windows 98 Second Edition (4.10.2222): the class tree in
   `System\\CurrentControlSet\\Services\\Class`, INFs in `INF\\` and `INF\\OTHER\\`, driver files in
   `SYSTEM\\` and `SYSTEM32\\DRIVERS\\`.
@@ -2645,7 +2752,9 @@ vantrel list --all --csv --image samples/machine-98
 Hardware IDs and descriptions are cut to 80 characters, as the program stores them. Rows come in the order the device tree is walked (enumerators, devices and instances in the
 registry's order), after duplicate removal; the Files column is the driver file count (the INF,
 its catalogs, and every file of the install section's and co-installer section's CopyFiles,
-repeats included). Dates are yyyy-mm-dd. A "null" date or version marks a Non-Microsoft driver
+repeats included; then the files that Windows' own reading of these sections adds, headers
+written loosely and the install section with its `InfSectionExt` decoration, each once). Dates
+are yyyy-mm-dd. A "null" date or version marks a Non-Microsoft driver
 that has neither in the registry nor in its INF.
 
 ## Windows 10 x64 (`samples/machine`)
@@ -2691,8 +2800,19 @@ Files of the Non-Microsoft drivers, as listed (INF first, then catalogs):
   (`TLG.Copy.Profiles`), a file named in two sections (`tlgmon.dll`), co-installer sections
   (`oem7.inf`, `oem14.inf`, with the `CoInstallers32` value in the driver key).
 - Install sections that the INF only has with a decoration (`[Generic.Install.NT]`,
-  `[Install_GEN_AX2723.NTamd64]`): the registry names them without it, so only the INF and its
-  catalogs are counted for those drivers.
+  `[TlgHdmi_Install.NT]`, `[Install_GEN_AX2723.NTamd64]` with its
+  `[Install_GEN_AX2723.NTamd64.CoInstallers]`): the registry names the section without it and
+  the decoration in `InfSectionExt`, and the files of the decorated sections are listed. The
+  Orrin INF has both a plain section and a decorated one that copies one file more; its
+  `orspmc.sys` is listed once.
+- A header written with a blank after its "]" (`[CV8125.ndi] ` in `oem3.inf`): the line-by-line
+  reading misses it, Windows' reading finds the driver's binary.
+- The driver store holds two versions of the display package side by side
+  (`tlgvireo.inf_amd64_1c62...` with DriverVer 05/20/2021 is listed before the current
+  `tlgvireo.inf_amd64_5c1e...`; their INFs have the same size). The display driver's files run
+  from the store (DIRID 13), so only the package whose INF has the bytes of `oem11.inf` gives the
+  right ones; `SysWOW64` holds the 32-bit `tlgmon.dll` (from `tlgmon32.dll`), which a search that
+  starts there would take for the 64-bit one.
 
 ## Windows 98 (`samples/machine-98`)
 
@@ -2728,7 +2848,7 @@ def removed_text(removed):
 def main():
     # Only what this script writes is removed: the skeleton's machine.ini, system.reg and any
     # placeholder files stay.
-    for folder in ("inf", "system32"):
+    for folder in ("inf", "system32", "SysWOW64"):
         root = os.path.join(MACHINE, "drive_c", "windows", folder)
         if os.path.isdir(root):
             for dirpath, dirnames, filenames in os.walk(root, topdown=False):

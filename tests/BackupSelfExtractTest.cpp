@@ -26,6 +26,32 @@ TEST(BackupSelfExtractCommand, SwitchesAndQuotedFolders) {
     EXPECT_FALSE(ParseSfxCommandLine("/d:\"C:\\open", &command, &error));
 }
 
+TEST(BackupSelfExtractCommand, RunAfterGetsTheArgumentsAndIsWaitedForWithS) {
+    SfxSettings autoSetup;
+    autoSetup.runAfter = "%d\\DriverAutoInstall.exe";
+    struct Case {
+        const char* arguments;
+        SfxSettings settings;
+        std::string program, passed;
+        bool wait;
+    };
+    const Case cases[] = {
+        {"/s ", autoSetup, "C:\\T\\Drv\\DriverAutoInstall.exe", "/s", true},
+        {"", autoSetup, "C:\\T\\Drv\\DriverAutoInstall.exe", "", false},
+        {"/d:C:\\x", autoSetup, "", "", false}, // an unpacking only
+        {"/s", SfxSettings{}, "", "", false},   // a self-extractor that starts nothing
+    };
+    for (const auto& c : cases) {
+        SfxCommand command;
+        std::string error;
+        ASSERT_TRUE(ParseSfxCommandLine(c.arguments, &command, &error)) << c.arguments;
+        SfxRunAfter run = PlanSfxRunAfter(command, c.settings, c.arguments, "C:\\T\\", "C:\\T\\Drv");
+        EXPECT_EQ(run.program, c.program) << c.arguments;
+        EXPECT_EQ(run.arguments, c.passed) << c.arguments;
+        EXPECT_EQ(run.wait, c.wait) << c.arguments;
+    }
+}
+
 TEST(BackupSelfExtractCommand, TokensExpandWithoutDoubleBackslashes) {
     EXPECT_EQ(ExpandSfxPath("%t\\DrvAutoSetup", "C:\\Temp\\", ""), "C:\\Temp\\DrvAutoSetup");
     EXPECT_EQ(ExpandSfxPath("%d\\DriverAutoInstall.exe", "", "D:\\x\\"), "D:\\x\\DriverAutoInstall.exe");

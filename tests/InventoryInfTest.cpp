@@ -160,6 +160,64 @@ TEST(InventoryFileList, SectionsEndAtTheNextHeaderAndMissingOnesAddNothing) {
                   {"oem1.inf", ""}, {"a.sys", ""}, {"[NotAHeader]", ""}, {"b.sys", ""}, {"direct.sys", ""}}));
 }
 
+// After the line reader's sections come the ones Windows reads: headers written loosely and
+// the install section with the decoration the registry records. Only new files are added.
+TEST(InventoryFileList, AddsTheSectionsWindowsReadsOnceEach) {
+    const std::string copies = "[Main.Copy]\nmain.sys\n[X64.Copy]\nx64.sys,x64_src.sys\n[Co.Copy]\nco.dll\n";
+    struct Case {
+        const char* name;
+        std::string body;
+        const char* extension;
+        std::vector<Entry> added; // after oem1.inf
+    } cases[] = {
+        {"blanks and comments around headers",
+         "[ Drv_Install ]  ; the install section\nCopyFiles=Main.Copy\n[Drv_Install.CoInstallers] \n"
+         "CopyFiles=@co.dll\n",
+         "",
+         {{"main.sys", ""}, {"co.dll", ""}}},
+        {"file-list header with a blank after it",
+         "[Drv_Install]\nCopyFiles=Loose\n[Loose] \nloose.sys\n",
+         "",
+         {{"loose.sys", ""}}},
+        {"decorated only, co-installer decorated too",
+         "[Drv_Install.NTamd64]\nCopyFiles=X64.Copy\n[Drv_Install.NTamd64.CoInstallers]\nCopyFiles=Co.Copy\n",
+         ".NTamd64",
+         {{"x64.sys", "x64_src.sys"}, {"co.dll", ""}}},
+        {"decorated install, plain co-installer",
+         "[Drv_Install.NT]\nCopyFiles=X64.Copy\n[Drv_Install.CoInstallers]\nCopyFiles=Co.Copy\n",
+         ".NT",
+         {{"co.dll", ""}, {"x64.sys", "x64_src.sys"}}},
+        {"both forms: the plain one first, shared files once",
+         "[Drv_Install]\nCopyFiles=Main.Copy\n[Drv_Install.NTamd64]\nCopyFiles=Main.Copy,X64.Copy\n"
+         "CopyFiles=@MAIN.SYS\n",
+         ".NTamd64",
+         {{"main.sys", ""}, {"x64.sys", "x64_src.sys"}}},
+        {"another source name is another file",
+         "[Drv_Install]\nCopyFiles=X64.Copy\n[Drv_Install.NTamd64]\nCopyFiles=Other\n[Other]\n"
+         "x64.sys,x64_other.sys\n",
+         ".NTamd64",
+         {{"x64.sys", "x64_src.sys"}, {"x64.sys", "x64_other.sys"}}},
+        {"the line reader's repeats stay",
+         "[Drv_Install]\nCopyFiles=Main.Copy,Main.Copy\n",
+         ".NT",
+         {{"main.sys", ""}, {"main.sys", ""}}},
+    };
+    for (const auto& c : cases) {
+        InventoryMachine m;
+        m.Inf("oem1.inf", c.body + copies);
+        m.Driver("ROOT\\TEST\\0000", "0000",
+                 {{"DriverDesc", "Test"},
+                  {"InfPath", "oem1.inf"},
+                  {"InfSection", "drv_install"},
+                  {"InfSectionExt", c.extension}});
+        RefreshDriverList(m.inventory);
+        BuildDriverFileList(m.inventory, 1);
+        std::vector<Entry> expected = {{"oem1.inf", ""}};
+        expected.insert(expected.end(), c.added.begin(), c.added.end());
+        EXPECT_EQ(Entries(m.inventory.files), expected) << c.name;
+    }
+}
+
 TEST(InventoryFileList, BadInfFilesLeaveTheRunGoing) {
     std::mt19937 random(11);
     std::string binary(64 * 1024, '\0');
@@ -328,6 +386,38 @@ TEST(InventoryFileFinder, FindsDepthFirstAndListsEachTreeOnce) {
     EXPECT_EQ(finder.FoldersListed(), listed);
     EXPECT_EQ(finder.FindFileRecursive("C:\\WINDOWS\\b", "target.sys"), "C:\\WINDOWS\\b\\target.sys");
     EXPECT_EQ(finder.FoundCount(), 4);
+}
+
+TEST(InventoryDriverStore, FindsThePackageOfTheInstalledInfAndReadsEachInfOnce) {
+    InventoryMachine m;
+    const std::string store = "system32\\DriverStore\\FileRepository\\";
+    const std::string current = "[Version]\nDriverVer=10/12/2021,2.0\n";
+    m.Inf("oem3.inf", current);
+    m.Inf("acme_net.inf", current);
+    m.File(store + "acme_net.inf_amd64_1aaa\\acme_net.inf",
+           "[Version]\nDriverVer=05/20/2021,1.0\n"); // same size
+    m.File(store + "acme_net.inf_amd64_1aaa\\acme.sys", "old");
+    m.File(store + "acme_net.inf_amd64_2bbb\\acme_net.inf", current);
+    m.File(store + "acme_net.inf_amd64_2bbb\\amd64\\ACME.SYS", "current");
+    m.File(store + "other.inf_amd64_3ccc\\other.inf", "[Version]\n");
+    m.File(store + "no-arch-or-hash\\oem3.inf", current);
+    m.File(store + "loose-file.inf", current);
+    FileSystem& fs = m.machine.Ports().fs;
+    DriverStore driverStore(fs, "C:\\WINDOWS\\" + store);
+
+    std::string package = "C:\\WINDOWS\\" + store + "acme_net.inf_amd64_2bbb";
+    EXPECT_EQ(driverStore.PackageOf("C:\\WINDOWS\\inf\\oem3.inf"), package);
+    EXPECT_EQ(driverStore.InfsRead(), 2u); // both INFs of that size, the older one first
+    // An INF that kept its name is looked for among the packages of that name.
+    EXPECT_EQ(driverStore.PackageOf("C:\\WINDOWS\\inf\\acme_net.inf"), package);
+    EXPECT_EQ(driverStore.PackageOf("C:\\WINDOWS\\inf\\missing.inf"), "");
+    EXPECT_EQ(driverStore.InfsRead(), 2u);
+    EXPECT_EQ(driverStore.FindInPackage(package, "acme.sys"), package + "\\amd64\\ACME.SYS");
+    EXPECT_EQ(driverStore.FindInPackage("", "acme.sys"), "");
+    // Without a store nothing is found and nothing is read.
+    DriverStore none(fs, "C:\\WINDOWS\\nowhere");
+    EXPECT_EQ(none.PackageOf("C:\\WINDOWS\\inf\\oem3.inf"), "");
+    EXPECT_EQ(none.InfsRead(), 0u);
 }
 
 TEST(InventoryFileFinder, StopsAfter65535Finds) {

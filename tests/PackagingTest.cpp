@@ -221,6 +221,8 @@ TEST(PackagingAutoSetup, LauncherFirstLengthLastAndTheArchiveListsOnItsOwn) {
     PackagingMachine m;
     m.AddResource(kResSfxStub, Stub());
     m.AddResource(kResAutoSetupWizard, "MZ wizard");
+    m.AddResource(kResDrvInstall32, "MZ installer x86");
+    m.AddResource(kResDrvInstall64, "MZ installer x64");
     const std::string launcher = "MZ launcher " + std::string(500, 'L');
     m.AddResource(kResAutoSetupLauncher, launcher);
     const std::string package = "C:\\out\\DriverAutoSetup.exe";
@@ -245,12 +247,14 @@ TEST(PackagingAutoSetup, LauncherFirstLengthLastAndTheArchiveListsOnItsOwn) {
     m.Write("C:\\out\\inner.exe", bytes.substr(offset, trailer));
     auto expected = ExpectedEntries(m);
     expected["DriverAutoInstall.exe"] = "MZ wizard";
+    expected["DrvInstall32.exe"] = "MZ installer x86";
+    expected["DrvInstall64.exe"] = "MZ installer x64";
     EXPECT_EQ(m.Contents("C:\\out\\inner.exe"), expected);
     if (HasTool("7z")) {
         int status = 0;
         std::string out = Shell("7z l '" + m.Host("C:\\out\\inner.exe") + "'", &status);
         EXPECT_EQ(status, 0) << out;
-        for (const char* name : {"oem1.inf", "oem2.inf", "DriverAutoInstall.exe"})
+        for (const char* name : {"oem1.inf", "oem2.inf", "DriverAutoInstall.exe", "DrvInstall64.exe"})
             EXPECT_NE(out.find(name), std::string::npos) << out;
     } else {
         std::printf("7z not available here: the cut-out archive is not listed with it\n");

@@ -447,6 +447,21 @@ TEST_P(FileSystemContract, DeleteFileAndRemoveDirectory) {
     EXPECT_FALSE(fs.RemoveDirectory(dir));
 }
 
+TEST_P(FileSystemContract, ReadOnlyAttributeIsSetAndCleared) {
+    FileSystem& fs = ports->fs();
+    const std::string file = ports->tempDir() + "\\oem1.inf";
+    ASSERT_TRUE(WriteWholeFile(fs, file, "x"));
+    FindData info;
+    ASSERT_TRUE(fs.SetAttributes(file, kFileAttributeReadOnly | kFileAttributeHidden));
+    ASSERT_TRUE(fs.GetInfo(file, &info));
+    EXPECT_NE(info.attributes & kFileAttributeReadOnly, 0u);
+    ASSERT_TRUE(fs.SetAttributes(file, kFileAttributeArchive));
+    ASSERT_TRUE(fs.GetInfo(file, &info));
+    EXPECT_EQ(info.attributes & (kFileAttributeReadOnly | kFileAttributeHidden), 0u);
+    EXPECT_TRUE(fs.DeleteFile(file));
+    EXPECT_FALSE(fs.SetAttributes(file, kFileAttributeArchive));
+}
+
 TEST_P(FileSystemContract, CreateDirectoryIsOneLevelCreateDirectoriesAll) {
     FileSystem& fs = ports->fs();
     const std::string dir = ports->tempDir();

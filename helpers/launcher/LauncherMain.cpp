@@ -60,10 +60,11 @@ bool CopyOut(HANDLE in, std::uint64_t offset, std::uint32_t length, const std::s
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
     using namespace vantrel;
     helper::RestrictDllSearch();
-    // With a target folder given the package runs unattended: failures show in the exit code.
+    // With /s or a target folder the package runs unattended: failures show in the exit code.
     SfxCommand command;
     std::string error;
-    bool quiet = ParseSfxCommandLine(helper::Arguments(), &command, &error) && !command.folder.empty();
+    bool quiet = ParseSfxCommandLine(helper::Arguments(), &command, &error) &&
+                 (command.silent || !command.folder.empty());
     auto fail = [quiet](const char* text, int code) {
         if (!quiet)
             MessageBoxA(nullptr, text, "Vantrel", MB_OK | MB_ICONERROR);

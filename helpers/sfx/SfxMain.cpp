@@ -53,11 +53,20 @@ std::string DefaultFolder(const State& state) {
     return folder;
 }
 
-void RunAfter(const State& state, const std::string& folder) {
-    if (state.settings.runAfter.empty())
-        return;
-    std::string program = ExpandSfxPath(state.settings.runAfter, helper::TempFolder(), folder);
-    ShellExecuteA(nullptr, "open", program.c_str(), nullptr, folder.c_str(), SW_SHOWNORMAL);
+// The program of the settings, with this program's arguments. Returns this program's exit
+// code: the started program's when it is waited for.
+int RunAfter(const State& state, const SfxCommand& command, const std::string& folder) {
+    SfxRunAfter run =
+        PlanSfxRunAfter(command, state.settings, helper::Arguments(), helper::TempFolder(), folder);
+    if (run.program.empty())
+        return 0;
+    if (run.wait) {
+        int code = helper::RunAndWait(run.program, run.arguments, folder);
+        return code < 0 ? 5 : code;
+    }
+    ShellExecuteA(nullptr, "open", run.program.c_str(),
+                  run.arguments.empty() ? nullptr : run.arguments.c_str(), folder.c_str(), SW_SHOWNORMAL);
+    return 0;
 }
 
 bool Browse(HWND owner, std::string* folder) {
@@ -143,7 +152,8 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int) {
         MessageBoxA(nullptr, ("Usage: [/s] [/d:FOLDER]\n" + error).c_str(), "Vantrel", MB_OK | MB_ICONERROR);
         return 2;
     }
-    quiet = !command.folder.empty();
+    // Started by a script (/s, /d:): failures show in the exit code, never in a box.
+    quiet = command.silent || !command.folder.empty();
     if (!ReadSfxSettings(state.fs, state.self, &state.settings)) {
         if (!quiet)
             MessageBoxA(nullptr, "This self-extracting file is damaged: its archive cannot be read.",
@@ -151,23 +161,21 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int) {
         return 3;
     }
     if (command.silent || state.settings.silent || quiet) {
-        std::string folder = quiet ? command.folder : DefaultFolder(state);
-        bool overwrite = quiet || state.settings.overwrite;
+        bool chosen = !command.folder.empty();
+        std::string folder = chosen ? command.folder : DefaultFolder(state);
+        bool overwrite = chosen || state.settings.overwrite;
         if (!ExtractSelf(state.fs, state.self, folder, overwrite, nullptr, &error)) {
             if (!quiet)
                 MessageBoxA(nullptr, ("The files could not be unpacked: " + error).c_str(), "Vantrel",
                             MB_OK | MB_ICONERROR);
             return 4;
         }
-        if (!quiet)
-            RunAfter(state, folder);
-        return 0;
+        return RunAfter(state, command, folder);
     }
     CoInitialize(nullptr);
     DialogBoxParamA(instance, MAKEINTRESOURCEA(IDD_SFX), nullptr, DialogProc,
                     reinterpret_cast<LPARAM>(&state));
-    if (state.done)
-        RunAfter(state, state.folder);
+    int code = state.done ? RunAfter(state, command, state.folder) : 1;
     CoUninitialize();
-    return state.done ? 0 : 1;
+    return code;
 }

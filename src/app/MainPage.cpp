@@ -44,6 +44,7 @@ const std::vector<MenuEntry>& MainMenu() {
             {"MnuRstFolder", "Restore From &Folder...", 1},
             {"MnuRstZip", "Restore From &Compressed File...", 1},
             {"MnuRstSfx", "Restore From &Self-Extractor...", 1},
+            {"MnuRstNeeded", "Show Only Drivers That &Need Restoring", 1},
             {"MnuUp", "&Update", 0},
             {"MnuUpdate", "Driver &Update", 1},
             {"MnuLiveupdate", "Database &LiveUpdate", 1},

@@ -14,6 +14,7 @@
 #include "inventory/Inventory.h"
 #include "platform/FileSystem.h"
 #include "platform/System.h"
+#include "restore/BackupCheck.h"
 #include "util/Text.h"
 
 namespace vantrel {
@@ -118,6 +119,7 @@ std::string BackupRun::Lang(const char* key, const char* english) const {
 
 std::vector<std::string> BackupRun::SearchDriverFiles(FileFinder& finder,
                                                       const std::vector<std::string>& trees,
+                                                      DriverStore& store, const std::string& package,
                                                       BackupObserver& observer, int barFrom, int barTo) {
     const DriverFileList& files = inventory.files;
     std::vector<std::string> found(static_cast<std::size_t>(files.count) + 1);
@@ -126,10 +128,18 @@ std::vector<std::string> BackupRun::SearchDriverFiles(FileFinder& finder,
         observer.AppendLog("\r\n " + Lang("StrSearch", "Searching") + " " + name + "...");
         std::string& path = found[static_cast<std::size_t>(i)];
         // The INF is the one the list was read from, wherever it was found.
-        if (i == 1)
+        if (i == 1) {
             path = files.currentInfPath;
-        else if (!name.empty())
-            path = finder.FindFileInTrees(trees, name);
+        } else if (!name.empty()) {
+            // The package folder holds this version's files, where the trees may first meet
+            // another version's or a 32-bit file of the same name (SysWOW64).
+            const std::string source = Trim(files.sourceNames[static_cast<std::size_t>(i)]);
+            path = store.FindInPackage(package, source.empty() ? name : source);
+            if (path.empty() && !source.empty())
+                path = store.FindInPackage(package, name);
+            if (path.empty())
+                path = finder.FindFileInTrees(trees, name);
+        }
         observer.Progress(barFrom + (barTo - barFrom) * i / files.count);
     }
     return found;
@@ -166,6 +176,11 @@ BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupIt
     std::string workBase = form == BackupForm::Folder ? root : TempFolderNoSlash(platform);
     PackagingContext packaging{fs, platform.system, platform.resources, nullptr};
     FileFinder finder(fs); // the trees are listed once for the whole run
+    // Past redirection: the 32-bit program reaches the 64-bit system's store.
+    DriverStore store(fs, windows + "\\System32\\DriverStore\\FileRepository");
+    OsVersion version = platform.system.GetVersion();
+    InfTarget target{platform.system.Is64BitWindows() ? "amd64" : "x86", version.major, version.minor,
+                     version.build};
     InventoryRun inventoryRun(inventory);
 
     for (std::size_t n = 0; n < items.size(); ++n) {
@@ -197,8 +212,9 @@ BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupIt
 
         // The search moves the bar only within the first file's part of the driver's share,
         // so that setting it per copied file never moves it back.
+        std::string package = store.PackageOf(files.currentInfPath);
         std::vector<std::string> found =
-            SearchDriverFiles(finder, trees, observer, Share(n, items.size(), 0, files.count),
+            SearchDriverFiles(finder, trees, store, package, observer, Share(n, items.size(), 0, files.count),
                               Share(n, items.size(), 1, files.count));
 
         for (int i = 1; i <= files.count; ++i) {
@@ -225,6 +241,18 @@ BackupSummary BackupRun::Run(const std::string& root, const std::vector<BackupIt
             observer.Progress(Share(n, items.size(), i, files.count));
         }
         ++summary.driversSaved;
+
+        // Can the folder install the driver again? Checked now, while the machine that has
+        // the files is at hand.
+        BackupEntry saved;
+        saved.driverDesc = desc;
+        saved.infPath = files.names[1];
+        saved.matchingDeviceId = source.hardwareId;
+        saved.infSection = source.infSection + source.infSectionExt;
+        saved.folder = folder;
+        BackupDriverCheck check = CheckBackedUpDriver(platform, saved, target, !IsNtFamily(platform));
+        if (!check.Complete())
+            summary.incomplete.push_back({desc, std::move(check.missing)});
 
         if (formInfo.pack != nullptr) {
             observer.AppendLog("\r\n" + Lang(formInfo.logKey, formInfo.logEnglish) + "...");

@@ -7,9 +7,12 @@
 #include <string_view>
 #include <vector>
 
+#include "restore/BackupCheck.h"
+
 namespace vantrel {
 
 class App;
+class DriverStore;
 class FileFinder;
 class Inventory;
 struct Platform;
@@ -49,6 +52,12 @@ struct BackupItem {
     int recordIndex = 0; // 1-based, in inventory.drivers
 };
 
+// A driver whose folder lacks files its INF installs; the run goes on and says so at the end.
+struct IncompleteBackup {
+    std::string driverDesc;
+    std::vector<MissingBackupFile> missing;
+};
+
 struct BackupSummary {
     bool stopped = false;
     std::string target; // root, or the package path
@@ -58,6 +67,7 @@ struct BackupSummary {
     std::vector<std::string> filesMissing; // not found on disk
     std::vector<std::string> filesFailed;  // found but could not be copied
     int packageErrors = 0;
+    std::vector<IncompleteBackup> incomplete; // in the order the drivers were saved
 };
 
 class BackupRun {
@@ -70,9 +80,12 @@ public:
                       BackupObserver& observer);
 
     // Where each entry of inventory.files lies on disk ("" when not found), 1-based like the
-    // list: the system folder's tree first, then the Windows folder's, through one index.
-    // Logs a search line per entry and moves the bar from barFrom to barTo.
+    // list: in the driver's own package folder of the driver store when it has one ("" when
+    // not), by the name on the medium and then the installed name; else in the system folder's
+    // tree, then the Windows folder's, through one index. Logs a search line per entry and
+    // moves the bar from barFrom to barTo.
     std::vector<std::string> SearchDriverFiles(FileFinder& finder, const std::vector<std::string>& trees,
+                                               DriverStore& store, const std::string& package,
                                                BackupObserver& observer, int barFrom, int barTo);
 
 private:

@@ -185,6 +185,12 @@ void BackupRunPage::StartBackup() {
     SetIdle();
     view.AppendText(kLog, Lang("StrBackupTo", "Driver files have been backed up to") + " " + summary.target +
                               " " + Lang("StrSuccessfully", "successfully") + ".");
+    // A folder that cannot install its driver again is named, with what it lacks.
+    std::string catalog = Lang("StrBackupCatalog", "catalog");
+    for (const IncompleteBackup& driver : summary.incomplete)
+        view.AppendText(kLog, "\r\n'" + driver.driverDesc +
+                                  "': " + Lang("MsgBackupIncomplete", "incomplete backup, missing") + " " +
+                                  DescribeMissing(driver.missing, catalog));
 }
 
 } // namespace vantrel

@@ -1,5 +1,6 @@
 #include "backup/Packaging.h"
 
+#include <utility>
 #include <vector>
 
 #include "archive/ZipWriter.h"
@@ -229,14 +230,21 @@ bool FinishAutoSetupPackage(PackagingContext& context, const std::string& packag
     FileSystem& fs = context.fs;
     std::string temp = TempFolder(context.system);
 
-    std::string wizard;
-    if (context.resources.LoadCustom(kResAutoSetupWizard, &wizard) && !wizard.empty()) {
-        std::string wizardPath = JoinPath(temp, kWizardName);
-        if (WriteWholeFile(fs, wizardPath, wizard)) {
-            PackageJob job{packagePath, temp, kWizardName, true, "Medium"};
+    // Each carried program goes through the temporary folder under the name it has on the
+    // target machine.
+    const std::pair<int, const char*> carried[] = {{kResAutoSetupWizard, kWizardName},
+                                                   {kResDrvInstall32, kPackagedInstaller32},
+                                                   {kResDrvInstall64, kPackagedInstaller64}};
+    for (const auto& [id, name] : carried) {
+        std::string bytes;
+        if (!context.resources.LoadCustom(id, &bytes) || bytes.empty())
+            continue;
+        std::string path = JoinPath(temp, name);
+        if (WriteWholeFile(fs, path, bytes)) {
+            PackageJob job{packagePath, temp, name, true, "Medium"};
             SelfExtractAutoExeProcess(context, job);
         }
-        fs.DeleteFile(wizardPath);
+        fs.DeleteFile(path);
     }
 
     std::string launcher;

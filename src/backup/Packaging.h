@@ -16,6 +16,11 @@ class System;
 // Carried programs beyond the numbered ones: the self-extractor stub.
 inline constexpr int kResSfxStub = 105;
 
+// The installers an auto-setup package carries beside its wizard, whose own resources do not
+// hold them: 32-bit and 64-bit Windows.
+inline constexpr char kPackagedInstaller32[] = "DrvInstall32.exe";
+inline constexpr char kPackagedInstaller64[] = "DrvInstall64.exe";
+
 inline constexpr char kSfxTitle[] = "Vantrel Self-Extractor";
 inline constexpr char kSfxIntroduction[] =
     "Welcome to Vantrel self-extractor. This file contains driver files backup of your computer.";
@@ -68,8 +73,8 @@ int SelfExtractExeProcess(PackagingContext& context, const PackageJob& job);
 // "BckAutoEXE": a silent self-extractor that unpacks into %t\DrvAutoSetup and runs
 // %d\DriverAutoInstall.exe.
 int SelfExtractAutoExeProcess(PackagingContext& context, const PackageJob& job);
-// After the last driver of an auto-setup run: adds the wizard and wraps the package in the
-// launcher with the 4-byte length trailer.
+// After the last driver of an auto-setup run: adds the wizard and the two installers and wraps
+// the package in the launcher with the 4-byte length trailer.
 bool FinishAutoSetupPackage(PackagingContext& context, const std::string& packagePath);
 
 } // namespace vantrel

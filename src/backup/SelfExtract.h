@@ -21,6 +21,18 @@ struct SfxCommand {
 };
 bool ParseSfxCommandLine(std::string_view arguments, SfxCommand* command, std::string* error);
 
+// What a self-extractor starts once it has unpacked: the program of its settings, handed the
+// self-extractor's own arguments. With /s it waits for the program and ends with its exit
+// code, so a script knows when the installation is over and whether it worked. /d: starts
+// nothing. An empty program: nothing to start.
+struct SfxRunAfter {
+    std::string program;
+    std::string arguments;
+    bool wait = false;
+};
+SfxRunAfter PlanSfxRunAfter(const SfxCommand& command, const SfxSettings& settings,
+                            std::string_view arguments, std::string_view tempFolder, std::string_view folder);
+
 // %t becomes the temporary folder, %d the extraction folder (neither with a trailing "\").
 std::string ExpandSfxPath(std::string_view text, std::string_view tempFolder, std::string_view folder);
 

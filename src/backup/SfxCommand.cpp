@@ -70,6 +70,20 @@ std::string ExpandSfxPath(std::string_view text, std::string_view tempFolder, st
     return out;
 }
 
+SfxRunAfter PlanSfxRunAfter(const SfxCommand& command, const SfxSettings& settings,
+                            std::string_view arguments, std::string_view tempFolder,
+                            std::string_view folder) {
+    SfxRunAfter run;
+    if (!command.folder.empty() || settings.runAfter.empty())
+        return run;
+    run.program = ExpandSfxPath(settings.runAfter, tempFolder, folder);
+    run.arguments = std::string(arguments);
+    while (!run.arguments.empty() && (run.arguments.back() == ' ' || run.arguments.back() == '\t'))
+        run.arguments.pop_back();
+    run.wait = command.silent;
+    return run;
+}
+
 bool LocateTrailingArchive(std::uint64_t fileSize, std::uint32_t trailer, std::uint64_t* offset) {
     if (fileSize < 4 || trailer == 0 || trailer > fileSize - 4)
         return false;

@@ -1,6 +1,7 @@
 #include "inventory/DriverFiles.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "inventory/InfFile.h"
 #include "inventory/Inventory.h"
@@ -22,11 +23,53 @@ void AppendCatalog(DriverFileList& files, std::string_view value) {
         files.Append(name, "");
 }
 
-void ReadFileListSection(DriverFileList& files, const InfText& inf, std::string_view sectionName) {
+// Where the entries of a section walk go. The walk the list has always made keeps every name it
+// meets, repeats included; the walks after it add only files that are not listed yet.
+class FileSink {
+public:
+    FileSink(DriverFileList& files, bool onlyNew) : files(files), onlyNew(onlyNew) {
+        if (onlyNew) {
+            for (int i = 1; i <= files.count; ++i)
+                listed.insert(Key(files.names[static_cast<std::size_t>(i)],
+                                  files.sourceNames[static_cast<std::size_t>(i)]));
+        }
+    }
+    void Add(std::string_view name, std::string_view source) {
+        if (onlyNew && !listed.insert(Key(name, source)).second)
+            return;
+        files.Append(name, source);
+    }
+
+private:
+    // One file is one installed name from one source name.
+    static std::string Key(std::string_view name, std::string_view source) {
+        return LowerAscii(name) + '\n' + LowerAscii(source.empty() ? name : source);
+    }
+
+    DriverFileList& files;
+    bool onlyNew;
+    std::unordered_set<std::string> listed;
+};
+
+using SectionLookup = std::vector<std::string_view> (*)(const InfText&, std::string_view name);
+
+// The line reader's match: the first line that, comment-stripped, cleaned and lower-cased, is
+// "[name]".
+std::vector<std::string_view> LiteralSection(const InfText& inf, std::string_view name) {
     std::string header = "[";
-    header += LowerAscii(sectionName);
+    header += LowerAscii(name);
     header += ']';
-    for (std::string_view raw : inf.SectionLines(header)) {
+    return inf.SectionLines(header);
+}
+
+// Windows' match: blanks around the name, blanks and a comment after the "]" do not count.
+std::vector<std::string_view> WindowsSection(const InfText& inf, std::string_view name) {
+    return inf.SectionLinesByName(name);
+}
+
+void ReadFileListSection(FileSink& sink, const InfText& inf, std::string_view sectionName,
+                         SectionLookup lookup) {
+    for (std::string_view raw : lookup(inf, sectionName)) {
         std::string cleaned = CleanInfLine(StripInfComment(raw));
         std::string_view line = cleaned;
         auto comma = line.find(',');
@@ -38,13 +81,14 @@ void ReadFileListSection(DriverFileList& files, const InfText& inf, std::string_
             source = TrimView(rest.substr(0, rest.find(',')));
         }
         if (!name.empty())
-            files.Append(name, source);
+            sink.Add(name, source);
     }
 }
 
 // The CopyFiles directives of one section: "@file" names a file, anything else a file-list section.
-void ReadInstallSection(Inventory& inventory, const InfText& inf, const std::string& header) {
-    for (std::string_view raw : inf.SectionLines(header)) {
+void ReadInstallSection(FileSink& sink, const InfText& inf, std::string_view sectionName,
+                        SectionLookup lookup) {
+    for (std::string_view raw : lookup(inf, sectionName)) {
         std::string line = CleanInfLine(raw);
         if (!StartsWithNoCase(line, "copyfiles"))
             continue;
@@ -59,9 +103,9 @@ void ReadInstallSection(Inventory& inventory, const InfText& inf, const std::str
             if (item.front() == '@') {
                 std::string file = Trim(std::string_view(item).substr(1));
                 if (!file.empty())
-                    inventory.files.Append(file, "");
+                    sink.Add(file, "");
             } else {
-                ReadFileListSection(inventory.files, inf, item);
+                ReadFileListSection(sink, inf, item, lookup);
             }
         }
     }
@@ -102,17 +146,36 @@ void BuildDriverFileList(Inventory& inventory, int recordIndex) {
         AppendCatalog(files, decorated);
     }
 
-    std::string section = LowerAscii(record.infSection.TrimmedView());
-    ReadInstallSection(inventory, *inf, "[" + section + "]");
-    ReadInstallSection(inventory, *inf, "[" + section + ".coinstallers]");
+    std::string section(record.infSection.TrimmedView());
+    FileSink all(files, false);
+    ReadInstallSection(all, *inf, section, LiteralSection);
+    ReadInstallSection(all, *inf, section + ".coinstallers", LiteralSection);
+    if (section.empty())
+        return;
+    // Then what Windows itself reads, or a backup would lack the driver's binaries: headers
+    // written loosely ("[name] ", "[ name ] ; note") and the section it actually ran, the
+    // install section with its decoration (InfSectionExt: ".NTamd64", ".NT"), which modern INFs
+    // have without any plain one. These only add files: where the plain and the decorated
+    // section name the same file it is listed once, not searched and saved twice.
+    FileSink added(files, true);
+    std::string extension(record.infSectionExt.TrimmedView());
+    std::vector<std::string> sections = {section, section + ".CoInstallers"};
+    if (!extension.empty()) {
+        sections.push_back(section + extension);
+        sections.push_back(section + extension + ".CoInstallers");
+    }
+    for (const std::string& name : sections)
+        ReadInstallSection(added, *inf, name, WindowsSection);
 }
 
 void ReadCopyFilesSection(Inventory& inventory, std::string_view sectionName) {
     const std::string& path = inventory.files.currentInfPath;
     if (Trim(path).empty())
         return;
-    if (auto inf = inventory.LoadInf(path))
-        ReadFileListSection(inventory.files, *inf, sectionName);
+    if (auto inf = inventory.LoadInf(path)) {
+        FileSink sink(inventory.files, false);
+        ReadFileListSection(sink, *inf, sectionName, LiteralSection);
+    }
 }
 
 std::string GetSupportedOs(Inventory& inventory, int recordIndex) {
@@ -226,6 +289,103 @@ void FileFinder::Walk(const std::string& root, Index* index, const std::vector<s
             stack.push_back(list(path));
         }
     }
+}
+
+DriverStore::DriverStore(FileSystem& fs, std::string repository)
+    : fs(fs), repository(WithoutTrailingSlash(std::move(repository))), files(fs) {}
+
+void DriverStore::List() {
+    listed = true;
+    std::vector<FindData> entries;
+    if (!fs.FindFiles(repository + "\\*", &entries))
+        return;
+    for (const FindData& entry : entries) {
+        if (!entry.IsDirectory() || entry.name == "." || entry.name == "..")
+            continue;
+        // "<inf name>_<arch>_<hash>": the INF's own name may hold "_", the other two parts do not.
+        std::size_t hash = entry.name.rfind('_');
+        std::size_t arch =
+            hash == std::string::npos || hash == 0 ? std::string::npos : entry.name.rfind('_', hash - 1);
+        if (arch == std::string::npos || arch == 0)
+            continue;
+        std::string inf = entry.name.substr(0, arch);
+        byInfName[LowerAscii(inf)].push_back(packages.size());
+        Package package;
+        package.folder = repository + "\\" + entry.name;
+        package.inf = std::move(inf);
+        packages.push_back(std::move(package));
+    }
+}
+
+bool DriverStore::Measure(Package& package) {
+    if (!package.measured) {
+        package.measured = true;
+        FindData info;
+        if (fs.GetInfo(package.folder + "\\" + package.inf, &info) && !info.IsDirectory())
+            package.size = info.size;
+    }
+    return package.size > 0;
+}
+
+bool DriverStore::SameBytes(Package& package, std::uint64_t size, const std::string& bytes) {
+    if (!Measure(package) || package.size != size)
+        return false;
+    if (!package.read) {
+        package.read = true;
+        ++infsRead;
+        ReadWholeFile(fs, package.folder + "\\" + package.inf, &package.bytes);
+    }
+    return package.bytes == bytes;
+}
+
+std::string DriverStore::PackageOf(const std::string& installedInf) {
+    if (!listed)
+        List();
+    FindData info;
+    if (packages.empty() || !fs.GetInfo(installedInf, &info) || info.IsDirectory() || info.size == 0)
+        return {};
+    std::string bytes;
+    bool haveBytes = false;
+    auto matches = [&](Package& package) {
+        if (!Measure(package) || package.size != info.size)
+            return false;
+        if (!haveBytes) {
+            haveBytes = true;
+            ReadWholeFile(fs, installedInf, &bytes);
+        }
+        return SameBytes(package, info.size, bytes);
+    };
+    // A package INF of the installed name first (an INF Windows ships keeps its name), then
+    // any other: an "oemNN.inf" names none of them.
+    std::string name = LowerAscii(installedInf.substr(installedInf.rfind('\\') + 1));
+    auto sameName = byInfName.find(name);
+    if (sameName != byInfName.end()) {
+        for (std::size_t k : sameName->second) {
+            if (matches(packages[k]))
+                return packages[k].folder;
+        }
+    }
+    if (!sized) {
+        sized = true;
+        for (std::size_t k = 0; k < packages.size(); ++k) {
+            if (Measure(packages[k]))
+                bySize[packages[k].size].push_back(k);
+        }
+    }
+    auto sameSize = bySize.find(info.size);
+    if (sameSize != bySize.end()) {
+        for (std::size_t k : sameSize->second) {
+            if (matches(packages[k]))
+                return packages[k].folder;
+        }
+    }
+    return {};
+}
+
+std::string DriverStore::FindInPackage(const std::string& package, std::string_view name) {
+    if (package.empty() || name.empty())
+        return {};
+    return files.FindFileRecursive(package, name);
 }
 
 } // namespace vantrel

@@ -55,4 +55,45 @@ private:
     std::size_t listed = 0;
 };
 
+// The driver store (System32\DriverStore\FileRepository): a folder per driver package, named
+// "<inf name>_<arch>_<hash>", that holds the package's INF under its original name and its
+// files under their names on the medium, and often several versions of one package side by
+// side. The store is listed once; each package's INF is looked at and read at most once.
+class DriverStore {
+public:
+    DriverStore(FileSystem& fs, std::string repository);
+
+    // The package folder whose INF has the same bytes as installedInf (an "oemNN.inf" of the
+    // INF folder has the package INF's bytes under another name); "" when there is none.
+    std::string PackageOf(const std::string& installedInf);
+    // Where package holds a file named name (any case), in its subfolders too; "".
+    std::string FindInPackage(const std::string& package, std::string_view name);
+
+    std::size_t InfsRead() const { return infsRead; }
+
+private:
+    struct Package {
+        std::string folder;
+        std::string inf;
+        bool measured = false;
+        bool read = false;
+        std::uint64_t size = 0;
+        std::string bytes;
+    };
+    void List();
+    bool Measure(Package& package);
+    bool SameBytes(Package& package, std::uint64_t size, const std::string& bytes);
+
+    FileSystem& fs;
+    std::string repository;
+    bool listed = false;
+    std::vector<Package> packages;
+    std::unordered_map<std::string, std::vector<std::size_t>> byInfName; // lower-cased
+    // Every package INF's size is asked once, the first time an INF's own name finds none.
+    bool sized = false;
+    std::unordered_map<std::uint64_t, std::vector<std::size_t>> bySize;
+    FileFinder files;
+    std::size_t infsRead = 0;
+};
+
 } // namespace vantrel

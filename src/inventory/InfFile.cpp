@@ -136,6 +136,60 @@ std::string_view StripInfComment(std::string_view line) {
     return line.substr(0, line.find(';'));
 }
 
+InfLineFields SplitInfLine(std::string_view line) {
+    InfLineFields out;
+    std::string field;
+    std::size_t kept = 0; // field's length without the blanks after its last character
+    bool quoted = false;
+    bool any = false; // the line holds something besides blanks and a comment
+    auto finish = [&]() {
+        field.resize(kept);
+        std::string done = std::move(field);
+        field.clear();
+        kept = 0;
+        return done;
+    };
+    for (std::size_t k = 0; k < line.size(); ++k) {
+        char c = line[k];
+        if (IsControl(c) && c != '\t')
+            continue;
+        if (quoted) {
+            if (c == '"' && k + 1 < line.size() && line[k + 1] == '"') {
+                field.push_back('"');
+                ++k;
+            } else if (c == '"') {
+                quoted = false;
+            } else {
+                field.push_back(c);
+            }
+            kept = field.size();
+            continue;
+        }
+        if (c == ';')
+            break;
+        if (c == '"') {
+            quoted = any = true;
+            kept = field.size();
+        } else if (c == '=' && !out.hasKey && out.fields.empty()) {
+            out.hasKey = any = true;
+            out.key = finish();
+        } else if (c == ',') {
+            any = true;
+            out.fields.push_back(finish());
+        } else if (c == ' ' || c == '\t') {
+            if (!field.empty())
+                field.push_back(' ');
+        } else {
+            any = true;
+            field.push_back(c);
+            kept = field.size();
+        }
+    }
+    if (any)
+        out.fields.push_back(finish());
+    return out;
+}
+
 std::string ReplaceWithBlank(std::string_view text, char character) {
     std::string out(text);
     std::replace(out.begin(), out.end(), character, ' ');
@@ -243,13 +297,10 @@ bool InfText::HasSection(std::string_view header) const {
     return FindHeader(header) != kNoHeader;
 }
 
-std::vector<std::string_view> InfText::SectionLines(std::string_view header) const {
-    std::size_t index = FindHeader(header);
-    if (index == kNoHeader)
-        return {};
-    std::size_t end = BodyEnd(index, false);
+std::vector<std::string_view> InfText::BodyLines(std::size_t headerIndex, bool profileRules) const {
+    std::size_t end = BodyEnd(headerIndex, profileRules);
     // The body starts after the header line's break (CR, LF or CR LF).
-    std::size_t start = headers[index].lineEnd;
+    std::size_t start = headers[headerIndex].lineEnd;
     if (start < end && text[start] == '\r')
         ++start;
     if (start < end && text[start] == '\n')
@@ -257,6 +308,46 @@ std::vector<std::string_view> InfText::SectionLines(std::string_view header) con
     if (start >= end)
         return {};
     return SplitInfLines(LineAt(start, end));
+}
+
+std::vector<std::string_view> InfText::SectionLines(std::string_view header) const {
+    std::size_t index = FindHeader(header);
+    if (index == kNoHeader)
+        return {};
+    return BodyLines(index, false);
+}
+
+const std::vector<std::string>& InfText::HeaderNames() const {
+    while (IndexNextHeader()) {
+    }
+    for (std::size_t k = headerNames.size(); k < headers.size(); ++k) {
+        std::string_view line = LineAt(headers[k].bracket + 1, headers[k].lineEnd);
+        std::size_t close = line.find(']');
+        // Without its "]" the line names no section, though it still ends the one before.
+        headerNames.push_back(close == std::string_view::npos
+                                  ? std::string()
+                                  : LowerAscii(TrimWhite(CleanInfLine(line.substr(0, close)))));
+    }
+    return headerNames;
+}
+
+std::vector<std::string_view> InfText::SectionLinesByName(std::string_view name) const {
+    std::string key = LowerAscii(TrimWhite(name));
+    const auto& names = HeaderNames();
+    std::vector<std::string_view> lines;
+    for (std::size_t k = 0; k < names.size(); ++k) {
+        if (!key.empty() && names[k] == key) {
+            auto body = BodyLines(k, true);
+            lines.insert(lines.end(), body.begin(), body.end());
+        }
+    }
+    return lines;
+}
+
+bool InfText::HasSectionByName(std::string_view name) const {
+    std::string key = LowerAscii(TrimWhite(name));
+    const auto& names = HeaderNames();
+    return !key.empty() && std::find(names.begin(), names.end(), key) != names.end();
 }
 
 const std::vector<InfText::VersionEntry>& InfText::VersionEntries() const {

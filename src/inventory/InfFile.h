@@ -21,6 +21,17 @@ std::string_view StripInfComment(std::string_view line);
 // Replaces every occurrence of character in text by one blank.
 std::string ReplaceWithBlank(std::string_view text, char character);
 
+// One line of a section as Windows' INF reader splits it: the key before the first "=" outside
+// quotes, then the fields between the commas outside quotes. Quotes are removed (two quotes
+// inside a quoted text stand for one), blanks around a field dropped, a ";" outside quotes
+// starts a comment and control characters are dropped. A blank or comment line has no fields.
+struct InfLineFields {
+    bool hasKey = false;
+    std::string key;
+    std::vector<std::string> fields;
+};
+InfLineFields SplitInfLine(std::string_view line);
+
 // The bytes of an INF as text in the program's code page: a UTF-16LE or UTF-8 file with a
 // byte-order mark is converted, anything else is taken as it is.
 std::string DecodeInfBytes(std::string_view bytes, System& system);
@@ -41,6 +52,13 @@ public:
     // "[". Empty when no line matches. Lines keep their text as it stands (no CR or LF).
     std::vector<std::string_view> SectionLines(std::string_view header) const;
     bool HasSection(std::string_view header) const;
+
+    // Section [name] as Windows' INF reader finds it: the name compared without case and
+    // without the blanks around it inside the brackets, whatever follows the "]" ignored, a
+    // header line found after leading blanks too, and the bodies of all sections of the name
+    // run together in file order.
+    std::vector<std::string_view> SectionLinesByName(std::string_view name) const;
+    bool HasSectionByName(std::string_view name) const;
 
     // What GetPrivateProfileStringA returns for a key of section [Version]: the first
     // section of that name, the first key of that name in it, trimmed, one pair of matching
@@ -75,14 +93,19 @@ private:
     std::size_t BodyEnd(std::size_t headerIndex, bool profileRules) const;
     std::size_t FindHeader(std::string_view header) const;
     bool IndexNextHeader() const;
+    // The body lines of header k, up to the next header line.
+    std::vector<std::string_view> BodyLines(std::size_t headerIndex, bool profileRules) const;
+    // Every header's name by Windows' rules ("" for a line without "]"), made on first use.
+    const std::vector<std::string>& HeaderNames() const;
 
     std::string owned;
     std::unique_ptr<const FileBytes> file;
     std::string_view text; // over owned or file
     // The header index grows on demand, so a text is not for two threads at once.
     mutable std::vector<Header> headers;
-    mutable std::size_t scanned = 0;           // headers indexed up to here
-    mutable std::vector<VersionEntry> version; // section [Version], read on first use
+    mutable std::size_t scanned = 0;              // headers indexed up to here
+    mutable std::vector<VersionEntry> version;    // section [Version], read on first use
+    mutable std::vector<std::string> headerNames; // lower-cased, by header index
     mutable bool versionRead = false;
 };
 

@@ -86,6 +86,11 @@ public:
     virtual bool CopyFile(std::string_view from, std::string_view to, bool failIfExists) = 0;
     // MoveFileExA with MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED.
     virtual bool MoveFile(std::string_view from, std::string_view to) = 0;
+    // SetFileAttributesA with kFileAttribute... bits.
+    virtual bool SetAttributes(std::string_view path, std::uint32_t attributes) = 0;
+    // MoveFileExA(path, NULL, MOVEFILE_DELAY_UNTIL_REBOOT): Windows deletes the file when it
+    // next starts, for a file that is in use now.
+    virtual bool DeleteAtReboot(std::string_view path) = 0;
 };
 
 // Whole-file helpers over the port.

@@ -7,6 +7,9 @@
 # --in-place the program runs where it lies (otherwise from a copy with its data files)
 # --language the language the program starts in (default English)
 # --registry a .reg file of the machine to show, imported again once the desktop is up
+# --restore-from WINDOWS-FOLDER  also pictures the Restore tab listing the backup in that folder,
+#            reached from the keyboard as a user would: Driver Restoration, From Folder, Yes
+# --uninstall also pictures the Uninstall tab (Tools, Uninstall Drivers)
 set -uo pipefail
 # shellcheck source=xvfb.sh
 source "$(dirname "$0")/xvfb.sh"
@@ -15,12 +18,16 @@ mark=0
 inPlace=0
 language=English
 registry=()
+restoreFrom=""
+uninstall=0
 while [ $# -gt 2 ]; do
     case "$1" in
     --mark) mark=1 ;;
     --in-place) inPlace=1 ;;
     --language) language=$2; shift ;;
     --registry) registry+=("$(realpath "$2")"); shift ;;
+    --restore-from) restoreFrom=$2; shift ;;
+    --uninstall) uninstall=1 ;;
     *) echo "screenshot: unknown option $1" >&2; exit 2 ;;
     esac
     shift
@@ -68,6 +75,10 @@ mkdir -p "$WINEPREFIX"
 "$WINESERVER" -p
 # The first process of the session brings the desktop up.
 timeout 120 "$WINE" reg add 'HKCU\Software\Vantrel' /v Language /t REG_SZ /d "$language" /f >/dev/null 2>&1
+if [ -n "$restoreFrom" ]; then
+    # The folder the last backup went to: the Restore tab offers it first.
+    timeout 60 "$WINE" reg add 'HKCU\Software\Vantrel' /v BackupPath /t REG_SZ /d "$restoreFrom" /f >/dev/null 2>&1
+fi
 # Without a window manager Wine draws the title bars itself.
 timeout 60 "$WINE" reg add 'HKCU\Software\Wine\X11 Driver' /v Decorated /t REG_SZ /d N /f >/dev/null 2>&1
 # With the desktop Wine writes display and monitor class keys of its own, without InfPath,
@@ -95,3 +106,36 @@ mkdir -p "$outdir"
 picture="$outdir/vantrel-$language.png"
 import -window root "$picture"
 echo "screenshot: $picture"
+
+# Keys go to the main window; a question box of the program is answered with its default.
+keys() {
+    local window
+    window=$(xdotool search --name "^$title\$" 2>/dev/null | head -n1)
+    [ -n "$window" ] || return 1
+    xdotool windowfocus --sync "$window" 2>/dev/null || true
+    xdotool key --clearmodifiers "$@"
+}
+wait_window() {
+    for _ in $(seq 40); do
+        [ -n "$(find_window "$1")" ] && return 0
+        sleep 0.25
+    done
+    return 1
+}
+if [ -n "$restoreFrom" ]; then
+    keys alt+r && sleep 0.5 && xdotool key f
+    if ! wait_window Vantrel; then
+        echo "screenshot: the Restore tab did not ask about the backup folder" >&2
+        exit 1
+    fi
+    xdotool key Return
+    sleep 4
+    import -window root "$outdir/vantrel-$language-restore.png"
+    echo "screenshot: $outdir/vantrel-$language-restore.png"
+fi
+if [ $uninstall -eq 1 ]; then
+    keys alt+t && sleep 0.5 && xdotool key u
+    sleep 2
+    import -window root "$outdir/vantrel-$language-uninstall.png"
+    echo "screenshot: $outdir/vantrel-$language-uninstall.png"
+fi

@@ -87,10 +87,12 @@ void ReadMenu(HMENU menu, int level, std::vector<ShownMenuItem>* items) {
         char text[256] = {};
         MENUITEMINFOA info{};
         info.cbSize = sizeof(info);
-        info.fMask = MIIM_STRING | MIIM_SUBMENU | MIIM_STATE;
+        info.fMask = MIIM_STRING | MIIM_SUBMENU | MIIM_STATE | MIIM_FTYPE;
         info.dwTypeData = text;
         info.cch = sizeof(text);
         GetMenuItemInfoA(menu, i, TRUE, &info);
+        if (info.fType & MFT_SEPARATOR)
+            continue; // a line between groups, not an item
         items->push_back({text, level, (info.fState & MFS_CHECKED) != 0});
         if (info.hSubMenu)
             ReadMenu(info.hSubMenu, level + 1, items);

@@ -58,6 +58,20 @@ bool ParseWindowsPath(std::string_view path, WindowsPath* out) {
     return true;
 }
 
+// One spelling per file: the drive and components in lower case.
+std::string PathKey(std::string_view path) {
+    WindowsPath wp;
+    if (!ParseWindowsPath(path, &wp))
+        return LowerAscii(path);
+    std::string key(1, wp.drive);
+    key += ':';
+    for (const auto& part : wp.parts) {
+        key += '\\';
+        key += LowerAscii(part);
+    }
+    return key;
+}
+
 #ifdef _WIN32
 std::int64_t UnixSeconds(fs::file_time_type t) {
     auto sys = std::chrono::file_clock::to_sys(t);
@@ -678,6 +692,8 @@ bool ImageFileSystem::DeleteFile(std::string_view path) {
     std::error_code ec;
     if (!Map(path, false, &host) || fs::is_directory(host, ec) || !fs::exists(fs::symlink_status(host, ec)))
         return false;
+    if (std::find(undeletable.begin(), undeletable.end(), PathKey(path)) != undeletable.end())
+        return false;
     bool removed = fs::remove(host, ec);
     Forget(host.parent_path());
     return removed && !ec;
@@ -746,6 +762,30 @@ bool ImageFileSystem::MoveFile(std::string_view from, std::string_view to) {
     return true;
 }
 
+bool ImageFileSystem::SetAttributes(std::string_view path, std::uint32_t attributes) {
+    fs::path host;
+    std::error_code ec;
+    if (!Map(path, false, &host) || !fs::exists(host, ec))
+        return false;
+    if (fs::is_directory(host, ec))
+        return true;
+    constexpr fs::perms kWrite = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+    if ((attributes & kFileAttributeReadOnly) != 0)
+        fs::permissions(host, kWrite, fs::perm_options::remove, ec);
+    else
+        fs::permissions(host, fs::perms::owner_write, fs::perm_options::add, ec);
+    return !ec;
+}
+
+bool ImageFileSystem::DeleteAtReboot(std::string_view path) {
+    deletesAtReboot.emplace_back(path);
+    return true;
+}
+
+void ImageFileSystem::FailDeleteOf(std::string_view path) {
+    undeletable.push_back(PathKey(path));
+}
+
 void ImageFileSystem::FailWriteCall(std::uint64_t k) {
     failAt = k == 0 ? 0 : writeCalls + k;
 }
@@ -756,6 +796,7 @@ void ImageFileSystem::SetDiskFullAfter(std::uint64_t bytes) {
 
 void ImageFileSystem::ClearFaults() {
     failAt = 0;
+    undeletable.clear();
     spaceLeft = std::numeric_limits<std::uint64_t>::max();
 }
 

@@ -46,14 +46,24 @@ public:
     bool DeleteFile(std::string_view path) override;
     bool CopyFile(std::string_view from, std::string_view to, bool failIfExists) override;
     bool MoveFile(std::string_view from, std::string_view to) override;
+    // Only the read-only bit is kept, as the host's write permission; hidden, system and
+    // archive have no place on the host and are ignored.
+    bool SetAttributes(std::string_view path, std::uint32_t attributes) override;
+    // Nothing restarts an image: the path is only recorded, for tests and the CLI to see.
+    bool DeleteAtReboot(std::string_view path) override;
+    const std::vector<std::string>& DeletesAtReboot() const {
+        return deletesAtReboot;
+    }
 
     // Fault injection for tests. Every OutputFile::Write of this file system counts as one write
     // call. FailWriteCall(k) makes the k-th write call from now on fail without writing anything
     // (once). SetDiskFullAfter(n) lets n more bytes be written, by Write or CopyFile; past that,
     // writes fail as on a full disk (Write stores what still fits); OutputFile::Truncate gives
-    // back what it cuts off. ClearFaults() undoes both.
+    // back what it cuts off. FailDeleteOf(path) makes every DeleteFile of that file fail, as
+    // for a file another program holds open. ClearFaults() undoes them all.
     void FailWriteCall(std::uint64_t k);
     void SetDiskFullAfter(std::uint64_t bytes);
+    void FailDeleteOf(std::string_view path);
     void ClearFaults();
     std::uint64_t WriteCalls() const {
         return writeCalls;
@@ -96,6 +106,8 @@ private:
     std::uint64_t writeCalls = 0;
     std::uint64_t failAt = 0; // write call number that fails; 0 none
     std::uint64_t spaceLeft = std::numeric_limits<std::uint64_t>::max();
+    std::vector<std::string> undeletable; // lower-cased Windows paths
+    std::vector<std::string> deletesAtReboot;
 };
 
 } // namespace vantrel

@@ -305,6 +305,16 @@ bool Win32FileSystem::MoveFile(std::string_view from, std::string_view to) {
     return GetLastError() == ERROR_CALL_NOT_IMPLEMENTED && MoveFileWithoutEx(source, target);
 }
 
+bool Win32FileSystem::SetAttributes(std::string_view path, std::uint32_t attributes) {
+    return SetFileAttributesA(std::string(path).c_str(), attributes) != 0;
+}
+
+bool Win32FileSystem::DeleteAtReboot(std::string_view path) {
+    // Windows 9x has no such list (its MoveFileExA only fails); NT keeps it in the registry
+    // and needs an administrator to write it.
+    return MoveFileExA(std::string(path).c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT) != 0;
+}
+
 bool MoveFileWithoutEx(const std::string& from, const std::string& to) {
     if (MoveFileA(from.c_str(), to.c_str()))
         return true;

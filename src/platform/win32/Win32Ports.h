@@ -49,6 +49,8 @@ public:
     bool DeleteFile(std::string_view path) override;
     bool CopyFile(std::string_view from, std::string_view to, bool failIfExists) override;
     bool MoveFile(std::string_view from, std::string_view to) override;
+    bool SetAttributes(std::string_view path, std::uint32_t attributes) override;
+    bool DeleteAtReboot(std::string_view path) override;
 };
 
 // A file move that replaces the target, for Windows 9x, whose MoveFileExA only fails.
