@@ -6,6 +6,7 @@
 
 #include "app/Startup.h"
 #include "inventory/Enumeration.h"
+#include "platform/image/ImageFileSystem.h"
 #include "platform/image/MachineImage.h"
 #include "util/Text.h"
 
@@ -136,6 +137,36 @@ bool OpenInventory(const char* command, const std::string& imageDir, Machine* ma
     RunStartup(*machine->app);
     machine->inventory = std::make_unique<Inventory>(machine->set->Ports());
     RefreshDriverList(*machine->inventory);
+    return true;
+}
+
+// The path the core uses for a source the user named: on an image, a host path is reached
+// through a drive of its own (a path that already names a drive of the image stays as it is).
+bool SourcePath(PlatformSet& set, const std::string& given, std::string* path, std::string* error) {
+    // On an image the host folder holding the source appears as this drive.
+    constexpr char kImageSourceDrive[] = "V:\\";
+    auto* image = dynamic_cast<ImagePlatform*>(&set);
+    bool windowsPath = given.size() >= 3 && given[1] == ':' && given[2] == '\\';
+    if (image == nullptr || windowsPath) {
+        *path = given;
+#ifdef _WIN32
+        if (image == nullptr)
+            *path = std::filesystem::absolute(given).string();
+#endif
+        while (path->size() > 3 && (path->back() == '\\' || path->back() == '/'))
+            path->pop_back();
+        return true;
+    }
+    std::error_code ec;
+    std::filesystem::path host = std::filesystem::absolute(given, ec).lexically_normal();
+    if (!host.has_filename())
+        host = host.parent_path();
+    if (ec || !std::filesystem::exists(host, ec)) {
+        *error = "no such folder or file: " + given;
+        return false;
+    }
+    image->Files().AddMount(kImageSourceDrive, host.parent_path().string());
+    *path = kImageSourceDrive + host.filename().string();
     return true;
 }
 

@@ -30,6 +30,11 @@ private:
 // The machine the command works on: --image DIR, or the running Windows.
 std::unique_ptr<PlatformSet> OpenMachine(const std::string& imageDir, std::string* error);
 
+// The path the core uses for a backup the user named (a folder, zip or program): on an image
+// a host path is reached through a drive of its own; a path that names a drive of the image
+// stays as it is. False with *error set when the host path does not exist.
+bool SourcePath(PlatformSet& set, const std::string& given, std::string* path, std::string* error);
+
 // The folder holding the program and its data files (Language\...).
 std::string ProgramFolder();
 

@@ -40,7 +40,6 @@ constexpr char kRestoreUsage[] =
     "usage: vantrel restore --from PATH [--driver \"DESC\"]... [--all] [--plan] [--yes] "
     "[--image DIR] [--resources DIR] [--timeout SECONDS]";
 // On a machine image the host folder that holds the backup appears as this drive.
-constexpr char kImageSourceDrive[] = "V:\\";
 constexpr unsigned kDefaultTimeoutSeconds = 300;
 
 bool StderrIsTerminal() {
@@ -112,39 +111,11 @@ const char* KindName(RestoreSourceKind kind) {
     }
 }
 
-// The path the core uses for a source the user named: on an image, a host path is reached
-// through a drive of its own (a path that already names a drive of the image stays as it is).
-bool SourcePath(Machine& machine, const std::string& given, std::string* path, std::string* error) {
-    auto* image = dynamic_cast<ImagePlatform*>(machine.set.get());
-    bool windowsPath = given.size() >= 3 && given[1] == ':' && given[2] == '\\';
-    if (image == nullptr || windowsPath) {
-        *path = given;
-#ifdef _WIN32
-        if (image == nullptr)
-            *path = std::filesystem::absolute(given).string();
-#endif
-        while (path->size() > 3 && (path->back() == '\\' || path->back() == '/'))
-            path->pop_back();
-        return true;
-    }
-    std::error_code ec;
-    std::filesystem::path host = std::filesystem::absolute(given, ec).lexically_normal();
-    if (!host.has_filename())
-        host = host.parent_path();
-    if (ec || !std::filesystem::exists(host, ec)) {
-        *error = "no such folder or file: " + given;
-        return false;
-    }
-    image->Files().AddMount(kImageSourceDrive, host.parent_path().string());
-    *path = kImageSourceDrive + host.filename().string();
-    return true;
-}
-
 // The catalogue of a source, with what went wrong on stderr.
 bool LoadCatalog(const char* command, Machine& machine, const std::string& given, CatalogResult* catalog,
                  RestoreSourceKind* kind) {
     std::string path, error;
-    if (!SourcePath(machine, given, &path, &error)) {
+    if (!SourcePath(*machine.set, given, &path, &error)) {
         std::fprintf(stderr, "vantrel %s: %s\n", command, error.c_str());
         return false;
     }

@@ -16,34 +16,6 @@ namespace vantrel {
 namespace {
 
 constexpr char kVerifyUsage[] = "usage: vantrel verify PATH [--image DIR]";
-// On a machine image the host folder that holds the backup appears as this drive.
-constexpr char kImageSourceDrive[] = "V:\\";
-
-// The path the core uses for the backup the user named: on an image a host path is reached
-// through a drive of its own; a path that already names a drive of the image stays.
-bool BackupPath(PlatformSet& set, const std::string& given, std::string* path, std::string* error) {
-    auto* image = dynamic_cast<ImagePlatform*>(&set);
-    bool windowsPath = given.size() >= 3 && given[1] == ':' && given[2] == '\\';
-    if (image == nullptr || windowsPath) {
-        *path = given;
-#ifdef _WIN32
-        if (image == nullptr)
-            *path = std::filesystem::absolute(given).string();
-#endif
-        return true;
-    }
-    std::error_code ec;
-    std::filesystem::path host = std::filesystem::absolute(given, ec).lexically_normal();
-    if (!host.has_filename())
-        host = host.parent_path();
-    if (ec || !std::filesystem::exists(host, ec)) {
-        *error = "no such folder or file: " + given;
-        return false;
-    }
-    image->Files().AddMount(kImageSourceDrive, host.parent_path().string());
-    *path = kImageSourceDrive + host.filename().string();
-    return true;
-}
 
 } // namespace
 
@@ -61,7 +33,7 @@ int RunVerify(CliArgs& args) {
     }
     std::unique_ptr<PlatformSet> set = OpenMachine(imageDir, &error);
     std::string path;
-    if (!set || !BackupPath(*set, rest[0], &path, &error)) {
+    if (!set || !SourcePath(*set, rest[0], &path, &error)) {
         std::fprintf(stderr, "vantrel verify: %s\n", error.c_str());
         return 1;
     }

@@ -116,6 +116,16 @@ TEST(InventoryInfInstall, FollowsWindowsThroughModelsSectionsAndMedia) {
          false,
          {},
          ""},
+        // A backup records the device's first ID, revision and subsystem included; the model
+        // names the chip.
+        {"PCI\\VEN_1234&DEV_0001&SUBSYS_00011234&REV_1A",
+         x86,
+         InfInstallResult::Ok,
+         "Acme, 32-bit",
+         "Acme_Inst.NT",
+         false,
+         {"acme.sys<acme_src.sys@x86"},
+         "acme.cat"},
         {"PCI\\VEN_1234&DEV_0009", amd64, InfInstallResult::NoInstallSection, "Broken", "", false, {}, ""},
         {"PCI\\VEN_9999", amd64, InfInstallResult::NoModel, "", "", false, {}, ""},
     };
@@ -129,8 +139,9 @@ TEST(InventoryInfInstall, FollowsWindowsThroughModelsSectionsAndMedia) {
         if (c.result != InfInstallResult::Ok)
             continue;
         EXPECT_EQ(info.installSection, c.section);
-        // Every ID of the INF is written in capitals: the match keeps the INF's spelling.
-        std::string upper = c.hardwareId;
+        // Every ID of the INF is written in capitals: the match keeps the INF's spelling, of
+        // the general form that matched.
+        std::string upper = GeneralHardwareIds(c.hardwareId).back();
         std::transform(upper.begin(), upper.end(), upper.begin(), ::toupper);
         EXPECT_EQ(info.model.matchedId, upper);
         EXPECT_EQ(info.model.byCompatibleId, c.compatible);
@@ -143,6 +154,20 @@ TEST(InventoryInfInstall, FollowsWindowsThroughModelsSectionsAndMedia) {
         EXPECT_EQ(files, c.files);
         EXPECT_EQ(info.catalogFile, c.catalog);
     }
+}
+
+TEST(InventoryInfInstall, GeneralFormsOfAHardwareId) {
+    const std::pair<const char*, std::vector<std::string>> table[] = {
+        {"PCI\\VEN_1&DEV_2&SUBSYS_3&REV_4",
+         {"PCI\\VEN_1&DEV_2&SUBSYS_3&REV_4", "PCI\\VEN_1&DEV_2&SUBSYS_3", "PCI\\VEN_1&DEV_2&REV_4",
+          "PCI\\VEN_1&DEV_2"}},
+        {"USB\\VID_1&PID_2&rev_0100", {"USB\\VID_1&PID_2&rev_0100", "USB\\VID_1&PID_2"}},
+        {" ACPI\\ACME0001 ", {"ACPI\\ACME0001"}},
+        {"quillon_vpnadp", {"quillon_vpnadp"}},
+        {"", {}},
+    };
+    for (const auto& [id, general] : table)
+        EXPECT_EQ(GeneralHardwareIds(id), general) << id;
 }
 
 TEST(InventoryInfInstall, SectionHeadersMatchAsWindowsMatchesThem) {

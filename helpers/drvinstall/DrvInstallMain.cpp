@@ -121,7 +121,7 @@ bool NeedsReboot(HDEVINFO set, SP_DEVINFO_DATA* device) {
 // the driver has a device to go on. It is removed again if the installation fails.
 class RootDevice {
 public:
-    bool Create(const std::string& inf, const std::string& className, const std::string& id,
+    bool Create(const std::string& inf, const std::string& className, const std::vector<std::string>& ids,
                 std::string* error) {
         GUID guid{};
         char name[kClassNameChars] = {};
@@ -141,14 +141,17 @@ public:
             return false;
         }
         device.cbSize = sizeof device;
-        // A multi-string: the ID, its NUL and the list's closing NUL.
-        std::string ids = id + '\0' + '\0';
+        // A multi-string: each ID with its NUL, and the list's closing NUL.
+        std::string list;
+        for (const auto& id : ids)
+            list += id + '\0';
+        list += '\0';
         if (!SetupDiCreateDeviceInfoA(set, name, &guid, nullptr, nullptr, DICD_GENERATE_ID, &device) ||
             !SetupDiSetDeviceRegistryPropertyA(set, &device, SPDRP_HARDWAREID,
-                                               reinterpret_cast<const BYTE*>(ids.data()),
-                                               static_cast<DWORD>(ids.size())) ||
+                                               reinterpret_cast<const BYTE*>(list.data()),
+                                               static_cast<DWORD>(list.size())) ||
             !SetupDiCallClassInstaller(DIF_REGISTERDEVICE, set, &device)) {
-            *error = "cannot make a device for " + id + ": " + ErrorText(GetLastError());
+            *error = "cannot make a device for " + ids.front() + ": " + ErrorText(GetLastError());
             return false;
         }
         registered = true;
@@ -238,13 +241,21 @@ int Install(const DrvInstallCommand& command) {
         return Say(kDrvInstallStagingFailed, error);
 
     // Windows compares IDs without case, Wine with: the installation is asked for the ID as the
-    // device spells it, and a device made here takes the INF's spelling.
+    // device spells it. A device of another revision of the same chip is the same device to
+    // the driver, so the general forms are looked for before a device is made.
     RootDevice root;
     bool madeDevice = false;
-    std::string deviceId = PresentDeviceId(command.hardwareId);
+    std::vector<std::string> ids = GeneralHardwareIds(command.hardwareId);
+    std::string deviceId;
+    for (std::size_t k = 0; k < ids.size() && deviceId.empty(); ++k)
+        deviceId = PresentDeviceId(ids[k]);
     if (deviceId.empty()) {
-        deviceId = info.model.matchedId;
-        if (!root.Create(stage.InfPath(), info.infClass, deviceId, &error))
+        // A device made here carries the ID and its general forms, as a real one does, and the
+        // INF's own spelling of the matched one.
+        if (std::find(ids.begin(), ids.end(), info.model.matchedId) == ids.end())
+            ids.push_back(info.model.matchedId);
+        deviceId = ids.front();
+        if (!root.Create(stage.InfPath(), info.infClass, ids, &error))
             return Say(kDrvInstallNoDevice, error);
         madeDevice = true;
     }

@@ -81,4 +81,24 @@ public:
     virtual void PostClose(std::uintptr_t window) = 0;
 };
 
+// A list's sort column and direction as its header clicks set them: the same column again
+// turns the direction, another column sorts ascending.
+struct ListSort {
+    int column = -1; // none yet
+    bool ascending = true;
+
+    void Click(View& view, std::string_view list, int clicked) {
+        ascending = clicked == column ? !ascending : true;
+        column = clicked;
+        view.SortRows(list, column, ascending);
+        view.SetSortMark(list, column, ascending);
+    }
+    // The first column marked, without sorting: the order the list was filled in.
+    void MarkFirst(View& view, std::string_view list) {
+        column = 0;
+        ascending = true;
+        view.SetSortMark(list, column, ascending);
+    }
+};
+
 } // namespace vantrel

@@ -131,11 +131,9 @@ void BackupListPage::Search(bool nonMicrosoftOnly) {
     for (const ListedDriver& driver : listed)
         view.AddRow(kList, driver.row);
     Show(nonMicrosoftOnly ? Shown::TipNonMicrosoft : Shown::TipAll);
-    if (sortColumn < 0) {
+    if (sort.column < 0) {
         // The window opens with the first column marked as the sort column.
-        sortColumn = 0;
-        sortAscending = true;
-        view.SetSortMark(kList, sortColumn, sortAscending);
+        sort.MarkFirst(view, kList);
     }
 }
 
@@ -159,14 +157,7 @@ void BackupListPage::OnDriverItemClick(int row) {
 }
 
 void BackupListPage::OnDriverColumnClick(int column) {
-    if (column == sortColumn) {
-        sortAscending = !sortAscending;
-    } else {
-        sortColumn = column;
-        sortAscending = true;
-    }
-    view.SortRows(kList, sortColumn, sortAscending);
-    view.SetSortMark(kList, sortColumn, sortAscending);
+    sort.Click(view, kList, column);
 }
 
 void BackupListPage::ToggleSelectAll() {

@@ -61,8 +61,7 @@ private:
     View& view;
     MainPage& mainPage;
     Inventory& inventory;
-    int sortColumn = -1; // none until the first search marks the first column
-    bool sortAscending = true;
+    ListSort sort; // none until the list is first filled
     Shown shown = Shown::Nothing;
     int shownRecord = 0;
     std::string shownText;

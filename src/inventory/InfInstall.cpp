@@ -260,6 +260,33 @@ std::vector<InfSourceFile> InfInstallReader::CopiedFiles(std::string_view instal
     return files;
 }
 
+std::vector<std::string> GeneralHardwareIds(std::string_view hardwareId) {
+    std::string id = Trim(hardwareId);
+    std::size_t slash = id.find('\\');
+    std::string bus = slash == std::string::npos ? std::string() : id.substr(0, slash + 1);
+    std::vector<std::string> parts = Split(slash == std::string::npos ? id : id.substr(slash + 1), '&');
+    auto without = [&](bool revision, bool subsystem) {
+        std::string out;
+        for (const auto& part : parts) {
+            if ((revision && StartsWithNoCase(part, "REV_")) ||
+                (subsystem && StartsWithNoCase(part, "SUBSYS_")))
+                continue;
+            out += (out.empty() ? "" : "&") + part;
+        }
+        return bus + out;
+    };
+    std::vector<std::string> ids;
+    for (const auto& [revision, subsystem] :
+         {std::pair{false, false}, {true, false}, {false, true}, {true, true}}) {
+        std::string general = without(revision, subsystem);
+        bool known = std::any_of(ids.begin(), ids.end(),
+                                 [&](const std::string& earlier) { return earlier == general; });
+        if (!general.empty() && general != bus && !known)
+            ids.push_back(general);
+    }
+    return ids;
+}
+
 InfInstallResult AnalyzeInfInstall(const InfText& inf, std::string_view hardwareId, const InfTarget& target,
                                    InfInstallInfo* info) {
     InfInstallReader reader(inf, target);
@@ -267,7 +294,9 @@ InfInstallResult AnalyzeInfInstall(const InfText& inf, std::string_view hardware
     info->infClass = reader.VersionText("Class");
     info->classGuid = reader.VersionText("ClassGUID");
     info->catalogFile = reader.CatalogFile();
-    if (!reader.FindModel(hardwareId, &info->model))
+    std::vector<std::string> ids = GeneralHardwareIds(hardwareId);
+    if (std::none_of(ids.begin(), ids.end(),
+                     [&](const std::string& id) { return reader.FindModel(id, &info->model); }))
         return InfInstallResult::NoModel;
     if (!reader.DecorateInstallSection(info->model.installSection, &info->installSectionExt))
         return InfInstallResult::NoInstallSection;

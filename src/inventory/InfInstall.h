@@ -88,7 +88,14 @@ private:
     mutable std::unordered_map<std::string, std::string> diskPaths[2];
 };
 
-// All of the above for one hardware ID.
+// The IDs a device with this hardware ID also carries, most specific first, as Windows lists
+// them: the ID itself, then without its revision, without its subsystem, without both
+// ("PCI\VEN_1&DEV_2&SUBSYS_3&REV_4", "PCI\VEN_1&DEV_2&SUBSYS_3", "PCI\VEN_1&DEV_2&REV_4",
+// "PCI\VEN_1&DEV_2"). A backup records the first, and INFs seldom name a revision.
+std::vector<std::string> GeneralHardwareIds(std::string_view hardwareId);
+
+// All of the above for one hardware ID: the first of its general forms that an INF model
+// names.
 InfInstallResult AnalyzeInfInstall(const InfText& inf, std::string_view hardwareId, const InfTarget& target,
                                    InfInstallInfo* info);
 

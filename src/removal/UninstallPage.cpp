@@ -79,9 +79,7 @@ void UninstallPage::ShowPage() {
     for (const ListedDriver& driver : CollectListedDrivers(inventory, false))
         view.AddRow(kList, driver.row);
     Show(Shown::Hint);
-    sortColumn = 0;
-    sortAscending = true;
-    view.SetSortMark(kList, sortColumn, sortAscending);
+    sort.MarkFirst(view, kList);
 }
 
 void UninstallPage::OnRemoveClick() {
@@ -158,14 +156,7 @@ bool UninstallPage::OnColumnClick(std::string_view list, int column) {
         return false;
     if (running)
         return true;
-    if (column == sortColumn) {
-        sortAscending = !sortAscending;
-    } else {
-        sortColumn = column;
-        sortAscending = true;
-    }
-    view.SortRows(kList, sortColumn, sortAscending);
-    view.SetSortMark(kList, sortColumn, sortAscending);
+    sort.Click(view, kList, column);
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "app/TabPage.h"
+#include "app/View.h"
 
 namespace vantrel {
 
@@ -43,8 +44,7 @@ private:
     Dialogs& dialogs;
     Inventory& inventory;
     bool running = false;
-    int sortColumn = 0;
-    bool sortAscending = true;
+    ListSort sort;
     Shown shown = Shown::Hint;
     int shownRecord = 0;
 };

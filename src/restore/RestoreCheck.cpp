@@ -8,6 +8,7 @@
 #include "app/SystemServices.h"
 #include "inventory/DriverRecord.h"
 #include "inventory/Enumeration.h"
+#include "inventory/InfInstall.h"
 #include "inventory/Inventory.h"
 #include "platform/FileSystem.h"
 #include "platform/Registry.h"
@@ -89,9 +90,15 @@ std::vector<Device> ReadDevices(Platform& platform) {
     return devices;
 }
 
+// The device carries the ID or one of its general forms: the installer takes a device of
+// another revision of the same chip for it too.
 bool HasId(const Device& device, std::string_view id) {
-    return std::any_of(device.ids.begin(), device.ids.end(),
-                       [&](const std::string& own) { return EqualsNoCase(own, id); });
+    for (const auto& general : GeneralHardwareIds(id)) {
+        if (std::any_of(device.ids.begin(), device.ids.end(),
+                        [&](const std::string& own) { return EqualsNoCase(own, general); }))
+            return true;
+    }
+    return false;
 }
 
 std::string DriverInfName(Platform& platform, const std::string& driver) {

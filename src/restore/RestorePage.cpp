@@ -132,14 +132,7 @@ bool RestorePage::OnColumnClick(std::string_view list, int column) {
         return false;
     if (running)
         return true;
-    if (column == sortColumn) {
-        sortAscending = !sortAscending;
-    } else {
-        sortColumn = column;
-        sortAscending = true;
-    }
-    view.SortRows(kList, sortColumn, sortAscending);
-    view.SetSortMark(kList, sortColumn, sortAscending);
+    sort.Click(view, kList, column);
     return true;
 }
 

@@ -67,8 +67,7 @@ private:
     std::vector<BackupEntry> catalog;
     bool neededOnly = false;
     bool running = false;
-    int sortColumn = -1;
-    bool sortAscending = true;
+    ListSort sort;
     Shown shown = Shown::Nothing;
     int shownEntry = -1;
 };

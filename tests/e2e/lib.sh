@@ -10,7 +10,8 @@ WINE=${WINE:-/usr/lib/wine/wine64}
 WINESERVER=${WINESERVER:-$(dirname "$WINE")/wineserver}
 export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 CLI=$BUILD/cli/vantrel-cli.exe
-HWID='ROOT\LARKSPUR_E2E'
+# A device's first ID carries its revision, which INF models seldom name.
+HWID='ROOT\LARKSPUR_E2E&REV_01'
 DESC='Larkspur E2E Test Adapter'
 started=$SECONDS
 
@@ -152,7 +153,7 @@ complete_driver_values_wine_leaves_out() {
         "HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\Class\\$driver" >"$reg"
     printf '"%s"="%s"\r\n' ProviderName "$provider" DriverDesc "$desc" \
         DriverDate "$((10#$month))-$((10#$day))-$year" DriverVersion "$version" \
-        MatchingDeviceId "$(echo "$HWID" | tr '[:upper:]' '[:lower:]' | sed 's/\\/\\\\/g')" >>"$reg"
+        MatchingDeviceId "$(echo "${HWID%&REV_*}" | tr '[:upper:]' '[:lower:]' | sed 's/\\/\\\\/g')" >>"$reg"
     wine_run 60 regedit /S "$(winepath_of "$reg")" || fail "regedit could not write the driver values"
 }
 
