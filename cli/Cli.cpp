@@ -170,4 +170,17 @@ bool SourcePath(PlatformSet& set, const std::string& given, std::string* path, s
     return true;
 }
 
+// One field as RFC 4180 quotes it: only when it holds a comma, a quote or a line break.
+std::string CsvField(const std::string& value) {
+    if (value.find_first_of(",\"\r\n") == std::string::npos)
+        return value;
+    std::string out = "\"";
+    for (char c : value) {
+        if (c == '"')
+            out += '"';
+        out += c;
+    }
+    return out + "\"";
+}
+
 } // namespace vantrel

@@ -35,6 +35,9 @@ std::unique_ptr<PlatformSet> OpenMachine(const std::string& imageDir, std::strin
 // stays as it is. False with *error set when the host path does not exist.
 bool SourcePath(PlatformSet& set, const std::string& given, std::string* path, std::string* error);
 
+// One field as RFC 4180 quotes it: only when it holds a comma, a quote or a line break.
+std::string CsvField(const std::string& value);
+
 // The folder holding the program and its data files (Language\...).
 std::string ProgramFolder();
 

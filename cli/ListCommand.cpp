@@ -32,19 +32,6 @@ std::string ForConsole(std::string text) {
     return out;
 }
 
-// One field as RFC 4180 quotes it: only when it holds a comma, a quote or a line break.
-std::string CsvField(const std::string& value) {
-    if (value.find_first_of(",\"\r\n") == std::string::npos)
-        return value;
-    std::string out = "\"";
-    for (char c : value) {
-        if (c == '"')
-            out += '"';
-        out += c;
-    }
-    return out + "\"";
-}
-
 void PrintTable(const std::vector<ListedDriver>& listed) {
     static const char* headers[] = {"Description", "Class", "Version", "Date", "Provider"};
     std::vector<std::size_t> widths;
