@@ -91,5 +91,6 @@ int RunCatalog(CliArgs& args);
 int RunRestore(CliArgs& args);
 int RunUninstall(CliArgs& args);
 int RunVerify(CliArgs& args);
+int RunDevices(CliArgs& args);
 
 } // namespace vantrel

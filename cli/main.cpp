@@ -31,7 +31,10 @@ void Usage(std::FILE* out) {
                "                        auto-setup package) holds every file it needs to install again\n"
                "  uninstall --driver \"DESC\"... [--yes] [--backup-to DIR] [--timeout SECONDS]\n"
                "                        removes the named drivers (Windows only); --backup-to backs them\n"
-               "                        up into a folder first and removes nothing if that fails\n",
+               "                        up into a folder first and removes nothing if that fails\n"
+               "  devices [--image DIR] [--db FILE] [--csv]\n"
+               "                        the PCI devices with the chip, vendor and OEM product the device\n"
+               "                        database names\n",
                out);
 }
 
@@ -60,6 +63,8 @@ int main(int argc, char** argv) {
         return vantrel::RunUninstall(args);
     if (command == "verify")
         return vantrel::RunVerify(args);
+    if (command == "devices")
+        return vantrel::RunDevices(args);
     if (command == "help" || command == "--help" || command == "-h") {
         Usage(stdout);
         return 0;

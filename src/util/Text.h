@@ -19,6 +19,7 @@ std::string CutAtNul(std::string_view text);
 std::string CleanText(std::string_view text);
 
 std::string LowerAscii(std::string_view text);
+std::string UpperAscii(std::string_view text);
 bool EqualsNoCase(std::string_view a, std::string_view b);
 bool StartsWithNoCase(std::string_view text, std::string_view prefix);
 bool EndsWithNoCase(std::string_view text, std::string_view suffix);
