@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Win32Dialogs.h"
 #include "app/App.h"
 #include "app/Dialogs.h"
 #include "app/SystemServices.h"
@@ -149,38 +150,6 @@ private:
     Wizard& wizard;
 };
 
-class WindowDialogs : public Dialogs {
-public:
-    explicit WindowDialogs(HWND owner) : owner(owner) {}
-    MsgAnswer MessageBox(const std::string& text, const std::string& title, MsgButtons buttons,
-                         MsgIcon icon) override {
-        UINT type = buttons == MsgButtons::YesNo         ? MB_YESNO
-                    : buttons == MsgButtons::OkCancel    ? MB_OKCANCEL
-                    : buttons == MsgButtons::YesNoCancel ? MB_YESNOCANCEL
-                                                         : MB_OK;
-        type |= icon == MsgIcon::Question      ? MB_ICONQUESTION
-                : icon == MsgIcon::Exclamation ? MB_ICONEXCLAMATION
-                : icon == MsgIcon::Critical    ? MB_ICONERROR
-                : icon == MsgIcon::Information ? MB_ICONINFORMATION
-                                               : 0;
-        switch (MessageBoxA(owner, text.c_str(), title.c_str(), type)) {
-        case IDYES:
-            return MsgAnswer::Yes;
-        case IDNO:
-            return MsgAnswer::No;
-        case IDCANCEL:
-            return MsgAnswer::Cancel;
-        default:
-            return MsgAnswer::Ok;
-        }
-    }
-    bool BrowseForFolder(const std::string&, std::string*) override { return false; }
-    bool OpenFile(const std::string&, const std::string&, std::string*) override { return false; }
-
-private:
-    HWND owner;
-};
-
 HWND Child(Wizard& wizard, const char* cls, const char* text, DWORD style, int id, DWORD exStyle = 0) {
     HWND child = CreateWindowExA(exStyle, cls, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 10, 10,
                                  wizard.window, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
@@ -300,7 +269,8 @@ void ToggleSelectAll(Wizard& wizard) {
 void Install(Wizard& wizard) {
     App& app = *wizard.app;
     Platform& platform = app.platform;
-    WindowDialogs dialogs(wizard.window);
+    Win32Dialogs dialogs;
+    dialogs.SetOwner(wizard.window);
     std::vector<BackupEntry> checked;
     for (std::size_t row = 0; row < wizard.entries.size(); ++row) {
         if (IsChecked(wizard.list, static_cast<int>(row)))
