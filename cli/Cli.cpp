@@ -4,6 +4,11 @@
 #include <cstdlib>
 #include <filesystem>
 
+#ifdef _WIN32
+#include <windows.h>
+#undef MessageBox // the console dialogs have a member of that name
+#endif
+
 #include "app/Startup.h"
 #include "inventory/Enumeration.h"
 #include "platform/image/ImageFileSystem.h"
@@ -63,7 +68,13 @@ bool CliArgs::Rest(std::vector<std::string>* words, std::string* error) const {
 
 std::string ProgramFolder() {
 #ifdef _WIN32
-    return {};
+    // Machine images mount this folder as their program folder: the language files and the
+    // databases beside vantrel-cli.exe are the ones they use.
+    char path[MAX_PATH];
+    DWORD length = GetModuleFileNameA(nullptr, path, MAX_PATH);
+    if (length == 0 || length >= MAX_PATH)
+        return ".";
+    return std::filesystem::path(std::string(path, length)).parent_path().string();
 #else
     std::error_code ec;
     auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);

@@ -202,7 +202,7 @@ TEST(DevicesDetection, FindsVenKeysInTheLayoutOfTheWindowsVersion) {
                                           "Chip Vender: Intel\r\n");
 }
 
-TEST(DevicesDetection, MissingDatabaseFailsToLoadAndEmptyOneNamesNothing) {
+TEST(DevicesDetection, MissingEmptyAndHugeDatabases) {
     test::TestMachine machine;
     App app(machine.Ports());
     app.appPath = ComputeAppPath(machine.Ports());
@@ -211,6 +211,20 @@ TEST(DevicesDetection, MissingDatabaseFailsToLoadAndEmptyOneNamesNothing) {
     machine.ProgramFile(kDeviceDatabaseFile, "");
     EXPECT_TRUE(LoadDeviceDatabase(machine.Ports().fs, app.appPath + kDeviceDatabaseFile, &db));
     EXPECT_TRUE(db.Empty());
+
+    // 40 MB of junk around the lines that count: the first line of a key still wins.
+    std::string huge = "8086=Intel\n";
+    const std::string junk =
+        std::string(200, 'x') + "\n8086:12345678=bad key\n8086" + std::string(300, '=') + "\n";
+    while (huge.size() < (40u << 20))
+        huge += junk;
+    huge += "8086=Other\n8086:1234=Late chip";
+    machine.ProgramFile(kDeviceDatabaseFile, huge);
+    ASSERT_TRUE(LoadDeviceDatabase(machine.Ports().fs, app.appPath + kDeviceDatabaseFile, &db));
+    EXPECT_FALSE(db.Empty());
+    PciNames names = db.Lookup({"8086", "1234", kNoSubsystem, ""});
+    EXPECT_EQ(names.chipVendor, "Intel");
+    EXPECT_EQ(names.chipName, "Late chip");
 }
 
 #ifndef _WIN32

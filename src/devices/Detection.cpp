@@ -115,10 +115,16 @@ std::vector<DetectedDevice> DetectDevices(Registry& registry, const std::string&
             device.driver = ReadValue(registry, instance.Handle(), "driver");
             device.hardwareId = HardwareIdOf(registry, instance.Handle(), deviceName);
             device.ids = SplitHardwareId(device.hardwareId);
-            device.names = db.Lookup(device.ids);
             devices.push_back(std::move(device));
         });
     });
+    // One pass over the database for all of them.
+    std::vector<PciIds> ids;
+    for (const auto& device : devices)
+        ids.push_back(device.ids);
+    db.Prepare(ids);
+    for (auto& device : devices)
+        device.names = db.Lookup(device.ids);
     return devices;
 }
 
