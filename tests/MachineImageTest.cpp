@@ -232,6 +232,13 @@ TEST(ProfileImageCache, ParsesOnceUntilTheFileChanges) {
     host.Write("drive_c/Lang/English.ini", "[FormMain]\nCmdBackup=Sauvegarder\n");
     EXPECT_EQ(profile.GetString("FormMain", "CmdBackup", "d", 1024, "C:\\Lang\\English.ini", &text), 11u);
     EXPECT_EQ(profile.ParseCount(), 2u);
+    // Same size and, as with file times of whole seconds, the same time: the bytes tell.
+    auto file = std::filesystem::path(host.String()) / "drive_c/Lang/English.ini";
+    auto stamp = std::filesystem::last_write_time(file);
+    host.Write("drive_c/Lang/English.ini", "[FormMain]\nCmdBackup=Sauvegarde!\n");
+    std::filesystem::last_write_time(file, stamp);
+    profile.GetString("FormMain", "CmdBackup", "d", 1024, "C:\\Lang\\English.ini", &text);
+    EXPECT_EQ(text, "Sauvegarde!");
 }
 
 TEST(ProfileImageCache, UnicodeFilesBecomeUtf8) {

@@ -1,6 +1,8 @@
 #include "platform/image/ImageProfile.h"
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 
 #include "platform/FileSystem.h"
 #include "platform/image/ImageFileSystem.h"
@@ -73,13 +75,19 @@ const ProfileData* ImageProfile::Load(std::string_view file) {
         return nullptr;
     std::string key = HostPathString(host);
     auto it = cache.find(key);
-    if (it != cache.end() && it->second.size == size && it->second.stamp == stamp)
+    // File times may count whole seconds: a file changed within the last two seconds can keep
+    // its size and time, so its bytes are compared until the time has settled.
+    bool settled = std::filesystem::file_time_type::clock::now() - stamp > std::chrono::seconds(2);
+    bool same = it != cache.end() && it->second.size == size && it->second.stamp == stamp;
+    if (same && settled)
         return &it->second.data;
     std::string bytes;
     if (!ReadWholeFile(files, file, &bytes))
         return nullptr;
+    if (same && bytes == it->second.bytes)
+        return &it->second.data;
     ++parses;
-    Cached entry{size, stamp, ParseProfile(bytes)};
+    Cached entry{size, stamp, bytes, ParseProfile(bytes)};
     return &cache.insert_or_assign(key, std::move(entry)).first->second.data;
 }
 

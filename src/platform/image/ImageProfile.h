@@ -28,7 +28,8 @@ class ImageProfile : public Profile {
 public:
     explicit ImageProfile(ImageFileSystem& files) : files(files) {}
 
-    // Each file is parsed once and kept until its size or time of last write changes.
+    // Each file is parsed once and kept until its size, time of last write or (while that time
+    // is recent) its bytes change.
     std::uint32_t GetString(std::string_view section, std::string_view key, std::string_view defaultText,
                             std::uint32_t bufferChars, std::string_view file, std::string* text) override;
 
@@ -38,6 +39,7 @@ private:
     struct Cached {
         std::uintmax_t size = 0;
         std::filesystem::file_time_type stamp;
+        std::string bytes;
         ProfileData data;
     };
     const ProfileData* Load(std::string_view file);
