@@ -4,15 +4,13 @@
 #include <cstdlib>
 #include <filesystem>
 
-#ifdef _WIN32
-#include <windows.h>
-#undef MessageBox // the console dialogs have a member of that name
-#endif
-
 #include "app/Startup.h"
 #include "inventory/Enumeration.h"
 #include "platform/image/ImageFileSystem.h"
 #include "platform/image/MachineImage.h"
+#ifndef _WIN32
+#include "platform/image/OfflineWindows.h"
+#endif
 #include "util/Text.h"
 
 namespace vantrel {
@@ -70,11 +68,10 @@ std::string ProgramFolder() {
 #ifdef _WIN32
     // Machine images mount this folder as their program folder: the language files and the
     // databases beside vantrel-cli.exe are the ones they use.
-    char path[MAX_PATH];
-    DWORD length = GetModuleFileNameA(nullptr, path, MAX_PATH);
-    if (length == 0 || length >= MAX_PATH)
-        return ".";
-    return std::filesystem::path(std::string(path, length)).parent_path().string();
+    std::string folder = CreateWin32Platform()->Ports().system.GetModuleFolder();
+    while (folder.size() > 3 && (folder.back() == '\\' || folder.back() == '/'))
+        folder.pop_back();
+    return folder.empty() ? std::string(".") : folder;
 #else
     std::error_code ec;
     auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
@@ -82,7 +79,24 @@ std::string ProgramFolder() {
 #endif
 }
 
+namespace {
+std::string assumedWindowsVersion;
+}
+
+void SetAssumedWindowsVersion(const std::string& version) {
+    assumedWindowsVersion = version;
+}
+
 std::unique_ptr<PlatformSet> OpenMachine(const std::string& imageDir, std::string* error) {
+#ifndef _WIN32
+    if (!imageDir.empty() && IsWindowsInstallation(imageDir)) {
+        auto note = [](const std::string& text) {
+            std::fprintf(stderr, "vantrel: note: %s\n", text.c_str());
+        };
+        return OpenOfflineWindows(imageDir, ProgramFolder(), OfflineOptions{assumedWindowsVersion, note},
+                                  error);
+    }
+#endif
     if (!imageDir.empty())
         return LoadMachineImage(imageDir, ProgramFolder(), error);
 #ifdef _WIN32

@@ -29,6 +29,8 @@ private:
 
 // The machine the command works on: --image DIR, or the running Windows.
 std::unique_ptr<PlatformSet> OpenMachine(const std::string& imageDir, std::string* error);
+// "major.minor" to assume for a mounted Windows whose SOFTWARE hive is missing ("" refuses it).
+void SetAssumedWindowsVersion(const std::string& version);
 
 // The path the core uses for a backup the user named (a folder, zip or program): on an image
 // a host path is reached through a drive of its own; a path that names a drive of the image
@@ -92,5 +94,9 @@ int RunRestore(CliArgs& args);
 int RunUninstall(CliArgs& args);
 int RunVerify(CliArgs& args);
 int RunDevices(CliArgs& args);
+int RunUpdates(CliArgs& args);
+int RunPersonal(CliArgs& args);
+int RunOptions(CliArgs& args);
+int RunLiveUpdate(CliArgs& args);
 
 } // namespace vantrel

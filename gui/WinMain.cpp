@@ -1,7 +1,12 @@
 // vantrel.exe: start-up and the main window's message loop.
 #include "GuiApi.h"
 
+#include "FrmAbout.h"
+#include "FrmDetectUnknown.h"
+#include "FrmLiveUpdate.h"
 #include "FrmMain.h"
+#include "FrmOptions.h"
+#include "FrmOtherBackup.h"
 #include "app/App.h"
 #include "app/Startup.h"
 #include "backup/BackupRunPage.h"
@@ -10,6 +15,7 @@
 #include "platform/Platform.h"
 #include "removal/UninstallPage.h"
 #include "restore/RestorePage.h"
+#include "updates/UpdatePage.h"
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int showCommand) {
     INITCOMMONCONTROLSEX controls{};
@@ -35,6 +41,20 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int showCommand) {
     frmMain.Page().AddPart(restore);
     vantrel::UninstallPage uninstall(app, frmMain, frmMain.AskUser(), inventory);
     frmMain.Page().AddPart(uninstall);
+    vantrel::UpdatePage update(app, frmMain, frmMain.AskUser(), inventory);
+    frmMain.Page().AddPart(update);
+    vantrel::DetectUnknownCommand detectUnknown(app, frmMain);
+    frmMain.Page().AddPart(detectUnknown);
+    vantrel::LiveUpdateCommand liveUpdate(app, frmMain, frmMain.AskUser());
+    frmMain.Page().AddPart(liveUpdate);
+    // An old update database offers the wizard once the window is up.
+    frmMain.Page().SetStartupCheck([&liveUpdate] { liveUpdate.RemindIfOld(); });
+    vantrel::OptionsCommand options(app, frmMain);
+    frmMain.Page().AddPart(options);
+    vantrel::OtherBackupCommand otherBackup(app, frmMain);
+    frmMain.Page().AddPart(otherBackup);
+    vantrel::HelpCommands help(app, frmMain, frmMain.Page());
+    frmMain.Page().AddPart(help);
     if (!frmMain.Create())
         return 1;
     frmMain.Show(showCommand);

@@ -25,6 +25,7 @@ public:
         std::string caption;
         bool enabled = true;
         bool visible = true;
+        bool checked = false;
     };
     struct MenuItem {
         std::string name;
@@ -41,6 +42,9 @@ public:
     }
     void SetVisible(std::string_view control, bool visible) override {
         controls[Key(control)].visible = visible;
+    }
+    void SetChecked(std::string_view control, bool checked) override {
+        controls[Key(control)].checked = checked;
     }
 
     std::vector<std::string> MenuItemNames() override {

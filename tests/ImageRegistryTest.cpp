@@ -70,6 +70,26 @@ TEST(RegistryImageTree, ExportListsParentsFirstInEnumerationOrder) {
     EXPECT_TRUE(reg.Export(kHkeyCurrentUser, "Software\\Missing").empty());
 }
 
+TEST(RegistryImageTree, SubkeysEnumerateByUpperCasedNames) {
+    // Windows compares upper-cased names: "B" (0x42) and the digits sort before "_" (0x5F),
+    // "[" and "^" fall between "Z" and "_", and "`" after them.
+    ImageRegistry reg;
+    std::string text;
+    for (const char* name :
+         {"COMPOSITE_BATTERY", "_root", "a1", "CompositeBus", "z^", "Z[", "ZZ", "9x", "composite`"})
+        text += std::string("[HKLM\\SYSTEM\\Order\\") + name + "]\r\n";
+    reg.Apply(ParseText(text));
+    RegHandle key = 0;
+    ASSERT_EQ(reg.OpenKey(kHkeyLocalMachine, "system\\ORDER", &key), kErrorSuccess);
+    std::vector<std::string> names;
+    std::string name;
+    for (std::uint32_t i = 0; reg.EnumKey(key, i, 256, &name) == kErrorSuccess; ++i)
+        names.push_back(name);
+    reg.CloseKey(key);
+    EXPECT_EQ(names, (std::vector<std::string>{"9x", "a1", "CompositeBus", "COMPOSITE_BATTERY", "composite`",
+                                               "ZZ", "Z[", "z^", "_root"}));
+}
+
 TEST(RegistryImageTree, ValuesEnumerateInTheOrderFirstWritten) {
     // As Windows keeps them; rewriting a value leaves it in its place.
     ImageRegistry reg;
@@ -137,11 +157,11 @@ TEST(RegistryImageTree, LargeTreeEnumeratesInOrderAndFast) {
     std::string previous, name;
     std::uint32_t seen = 0;
     for (; reg.EnumKey(pci, seen, 256, &name) == kErrorSuccess; ++seen) {
-        std::string lower = name;
-        for (char& c : lower)
-            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        ASSERT_LT(previous, lower);
-        previous = lower;
+        std::string upper = name;
+        for (char& c : upper)
+            c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        ASSERT_LT(previous, upper);
+        previous = upper;
     }
     double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     EXPECT_EQ(seen, static_cast<std::uint32_t>(count));

@@ -169,8 +169,12 @@ TEST_P(RegistryContract, SubkeysEnumerateAlphabeticallyIgnoringCase) {
         RegKey key(reg);
         ASSERT_EQ(key.Create(root, name), kErrorSuccess) << name;
     }
-    // Lower-cased order, as Wine returns it: "_" (0x5F) sorts before the letters.
-    EXPECT_EQ(SubkeyNames(reg, root), (std::vector<std::string>{"_x", "A", "a2", "b", "c", "Z1"}));
+    // Windows and the image compare upper-cased names, so "_" (0x5F) sorts after the letters;
+    // Wine, where the Windows port's tests run, compares lower-cased ones.
+    if (GetParam().name == "Image")
+        EXPECT_EQ(SubkeyNames(reg, root), (std::vector<std::string>{"A", "a2", "b", "c", "Z1", "_x"}));
+    else
+        EXPECT_EQ(SubkeyNames(reg, root), (std::vector<std::string>{"_x", "A", "a2", "b", "c", "Z1"}));
     std::string name;
     EXPECT_EQ(reg.EnumKey(root, 6, 256, &name), kErrorNoMoreItems);
 }

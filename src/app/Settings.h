@@ -20,6 +20,9 @@ inline constexpr char kSetRestoreReboot[] = "RestoreReboot";
 inline constexpr char kSetLanguage[] = "Language";
 inline constexpr char kSetBackupPath[] = "BackupPath";
 inline constexpr char kSetMoreBackupPath[] = "MoreBackupPath";
+// Where LiveUpdate fetches the databases; users and tests may point it elsewhere.
+inline constexpr char kSetUpdateServer[] = "UpdateServer";
+inline constexpr char kDefaultUpdateServer[] = "http://update.vantrel.example";
 
 // Buffer sizes the readers use.
 inline constexpr std::uint32_t kOptionBufferChars = 30;

@@ -30,6 +30,12 @@ public:
     virtual std::string GetCaption(std::string_view control) = 0;
     virtual void SetEnabled(std::string_view control, bool enabled) = 0;
     virtual void SetVisible(std::string_view control, bool visible) = 0;
+    // Check boxes and option buttons of dialogs; the main window has none. Clicks come back
+    // to the page with the new state, so the page never reads them.
+    virtual void SetChecked(std::string_view control, bool checked) {
+        (void)control;
+        (void)checked;
+    }
 
     // Menu items, in menu order, by name.
     virtual std::vector<std::string> MenuItemNames() = 0;

@@ -84,7 +84,7 @@ public:
     virtual bool RemoveDirectory(std::string_view path) = 0; // empty folders only
     virtual bool DeleteFile(std::string_view path) = 0;
     virtual bool CopyFile(std::string_view from, std::string_view to, bool failIfExists) = 0;
-    // MoveFileExA with MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED.
+    // MoveFileExA with MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH.
     virtual bool MoveFile(std::string_view from, std::string_view to) = 0;
     // SetFileAttributesA with kFileAttribute... bits.
     virtual bool SetAttributes(std::string_view path, std::uint32_t attributes) = 0;

@@ -1,11 +1,19 @@
 // vantrel-dbtool: builds the databases the program ships from their public sources.
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
 
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#endif
+
 #include "devices/PciIds.h"
+#include "platform/image/ImageFileSystem.h"
+#include "updates/UpdateDatabase.h"
 
 namespace {
 
@@ -13,7 +21,11 @@ void Usage(std::FILE* out) {
     std::fputs("usage: vantrel-dbtool <command> [options]\n"
                "commands:\n"
                "  pcidevs --from PCI.IDS --out PCIDEVS.TXT\n"
-               "                        the device database from the PCI ID repository\n",
+               "                        the device database from the PCI ID repository\n"
+               "  driverdb --from SOURCE.TXT --out DRIVERDB.DAT\n"
+               "                        the driver-update database from its text with plain addresses\n"
+               "  driverdb --dump DRIVERDB.DAT\n"
+               "                        prints a driver-update database back as that text\n",
                out);
 }
 
@@ -63,6 +75,82 @@ int RunPcidevs(const std::vector<std::string>& args) {
     return 0;
 }
 
+// Host files through the core's file-system port: each file's folder becomes a drive of its own.
+class HostFiles {
+    using ImageFileSystem = vantrel::ImageFileSystem;
+
+public:
+    HostFiles() : fs("") {}
+    ImageFileSystem& Fs() { return fs; }
+    std::string Path(const std::string& host) {
+        std::error_code ec;
+        std::filesystem::path full = std::filesystem::absolute(host, ec).lexically_normal();
+        std::string drive = std::string(1, static_cast<char>('P' + mounts++)) + ":\\";
+        fs.AddMount(drive, full.parent_path().string());
+        return drive + full.filename().string();
+    }
+
+private:
+    ImageFileSystem fs;
+    int mounts = 0;
+};
+
+int RunDriverDb(const std::vector<std::string>& args) {
+    std::string from, out, dump;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        bool hasValue = i + 1 < args.size();
+        if (args[i] == "--from" && hasValue)
+            from = args[++i];
+        else if (args[i] == "--out" && hasValue)
+            out = args[++i];
+        else if (args[i] == "--dump" && hasValue)
+            dump = args[++i];
+        else {
+            std::fprintf(stderr, "vantrel-dbtool driverdb: unexpected argument \"%s\"\n", args[i].c_str());
+            Usage(stderr);
+            return 2;
+        }
+    }
+    HostFiles files;
+    std::string error;
+    if (!dump.empty() && from.empty() && out.empty()) {
+        std::string text;
+        if (!vantrel::ReadUpdateDatabase(files.Fs(), files.Path(dump), &text, &error)) {
+            std::fprintf(stderr, "vantrel-dbtool driverdb: %s: %s\n", dump.c_str(), error.c_str());
+            return 1;
+        }
+        std::string source = vantrel::DecipherRecordAddresses(text);
+#ifdef _WIN32
+        _setmode(_fileno(stdout), _O_BINARY); // the text's own line ends
+#endif
+        std::fwrite(source.data(), 1, source.size(), stdout);
+        return std::fflush(stdout) == 0 ? 0 : 1;
+    }
+    if (from.empty() || out.empty() || !dump.empty()) {
+        Usage(stderr);
+        return 2;
+    }
+    std::ifstream in(from, std::ios::binary);
+    if (!in) {
+        std::fprintf(stderr, "vantrel-dbtool driverdb: cannot read %s\n", from.c_str());
+        return 1;
+    }
+    std::string source((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    // Written beside and renamed, so a reader never sees half a database.
+    std::string temporary = out + ".tmp";
+    if (!vantrel::WriteUpdateDatabase(files.Fs(), files.Path(temporary),
+                                      vantrel::EncipherRecordAddresses(source), &error)) {
+        std::fprintf(stderr, "vantrel-dbtool driverdb: %s: %s\n", temporary.c_str(), error.c_str());
+        return 1;
+    }
+    std::remove(out.c_str());
+    if (std::rename(temporary.c_str(), out.c_str()) != 0) {
+        std::fprintf(stderr, "vantrel-dbtool driverdb: cannot write %s\n", out.c_str());
+        return 1;
+    }
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -74,6 +162,8 @@ int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 2, argv + argc);
     if (command == "pcidevs")
         return RunPcidevs(args);
+    if (command == "driverdb")
+        return RunDriverDb(args);
     if (command == "help" || command == "--help" || command == "-h") {
         Usage(stdout);
         return 0;

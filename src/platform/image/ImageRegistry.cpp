@@ -10,11 +10,13 @@ namespace vantrel {
 
 struct ImageRegistry::Node {
     std::string name;
-    std::string sortKey; // lower-cased name: lookups and enumeration order
+    std::string sortKey; // upper-cased name: lookups and enumeration order, as Windows compares
     Node* parent = nullptr;
     bool deleted = false;
     std::map<std::string, std::shared_ptr<Node>> children; // by sortKey
     std::vector<Value> values;                             // in the order they were first written
+    RegistrySource* source = nullptr;                      // set until the key is read from it
+    std::uint64_t sourceId = 0;
 
     // EnumKey by index: a flat copy of the order, rebuilt after the children change.
     Node* ChildAt(std::size_t index) {
@@ -98,7 +100,8 @@ ImageRegistry::Node* ImageRegistry::Walk(Node* from, std::string_view path, bool
     ForEachPart(path, [&](std::string_view part) {
         if (node == nullptr)
             return;
-        std::string key = LowerAscii(part);
+        Load(node);
+        std::string key = UpperAscii(part);
         auto it = node->children.find(key);
         if (it != node->children.end()) {
             node = it->second.get();
@@ -116,7 +119,49 @@ ImageRegistry::Node* ImageRegistry::Walk(Node* from, std::string_view path, bool
         node->ChildrenChanged();
         node = node->children.emplace(child->sortKey, child).first->second.get();
     });
+    if (node != nullptr)
+        Load(node);
     return node;
+}
+
+void ImageRegistry::Load(Node* node) {
+    if (node->source == nullptr)
+        return;
+    RegistrySource* source = node->source;
+    node->source = nullptr;
+    std::vector<RegistrySource::Child> children;
+    std::vector<RegFileValue> values;
+    source->ReadKey(node->sourceId, &children, &values);
+    for (auto& found : children) {
+        auto child = std::make_shared<Node>();
+        child->sortKey = UpperAscii(found.name);
+        child->name = std::move(found.name);
+        child->parent = node;
+        child->source = source;
+        child->sourceId = found.id;
+        node->children.emplace(child->sortKey, std::move(child));
+    }
+    node->ChildrenChanged();
+    for (auto& value : values) {
+        if (FindValue(node, value.name) == nullptr)
+            node->values.push_back(Value{std::move(value.name), value.type, std::move(value.data)});
+    }
+}
+
+void ImageRegistry::Attach(RegHandle root, std::string_view subKey, std::shared_ptr<RegistrySource> source,
+                           std::uint64_t id) {
+    Node* from = Resolve(root);
+    if (from == nullptr)
+        return;
+    long status;
+    Node* node = Walk(from, subKey, true, &status);
+    while (!node->children.empty())
+        Detach(node->children.begin()->second.get());
+    node->values.clear();
+    node->source = source.get();
+    node->sourceId = id;
+    sources.push_back(std::move(source));
+    KeepClasses();
 }
 
 RegHandle ImageRegistry::NewHandle(const std::shared_ptr<Node>& node) {
@@ -303,6 +348,7 @@ void ImageRegistry::ClearRoot(RegHandle root) {
     Node* node = Resolve(root);
     if (node == nullptr)
         return;
+    node->source = nullptr;
     while (!node->children.empty())
         Detach(node->children.begin()->second.get());
     node->values.clear();
@@ -364,6 +410,7 @@ bool ImageRegistry::LoadRegFile(const std::string& hostFile, std::string* error)
 
 void ImageRegistry::ExportNode(const Node* node, const std::string& path,
                                std::vector<RegFileKey>* out) const {
+    Load(const_cast<Node*>(node));
     RegFileKey key;
     key.path = path;
     for (const auto& value : node->values)

@@ -106,10 +106,15 @@ bool ReadMachineIni(const std::string& hostFile, MachineFacts* facts, std::strin
 
 ImagePlatform::ImagePlatform(const std::string& hostRoot, const MachineFacts& facts,
                              const std::string& programFolder)
-    : hostRoot(hostRoot), facts(facts) {
+    : ImagePlatform(hostRoot, facts, programFolder, nullptr) {}
+
+ImagePlatform::ImagePlatform(const std::string& hostRoot, const MachineFacts& facts,
+                             const std::string& programFolder, std::unique_ptr<ImageFileSystem> fileSystem)
+    : hostRoot(hostRoot), facts(facts), files(std::move(fileSystem)) {
     CompleteMachineFacts(&this->facts);
     registry = std::make_unique<ImageRegistry>();
-    files = std::make_unique<ImageFileSystem>(hostRoot);
+    if (!files)
+        files = std::make_unique<ImageFileSystem>(hostRoot);
     if (!programFolder.empty())
         files->AddMount(this->facts.programDir, programFolder);
     system = std::make_unique<ImageSystem>(this->facts);
@@ -160,13 +165,18 @@ bool ImagePlatform::Save(std::string* error) {
 std::unique_ptr<ImagePlatform> LoadMachineImage(const std::string& hostRoot, const std::string& programFolder,
                                                 std::string* error) {
     fs::path root = HostPath(hostRoot);
+    std::error_code ec;
+    if (!fs::exists(root / "machine.ini", ec)) {
+        *error = hostRoot + ": neither a machine image (no machine.ini) nor a Windows installation (no "
+                            "Windows/System32/config/SYSTEM)";
+        return nullptr;
+    }
     MachineFacts facts;
     if (!ReadMachineIni(HostPathString(root / "machine.ini"), &facts, error))
         return nullptr;
     auto image = std::make_unique<ImagePlatform>(hostRoot, facts, programFolder);
 
     std::vector<std::pair<std::string, fs::path>> regFiles;
-    std::error_code ec;
     for (fs::directory_iterator dir(root / "registry", ec), end; !ec && dir != end; dir.increment(ec)) {
         std::string name = HostPathString(dir->path().filename());
         if (name.size() > 4 && EqualsNoCase(name.substr(name.size() - 4), ".reg") && dir->is_regular_file(ec))

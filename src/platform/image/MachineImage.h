@@ -47,6 +47,9 @@ public:
     // hostRoot: the image folder (may be empty for a purely in-memory machine).
     // programFolder: host folder mounted at facts.programDir (language files and data).
     ImagePlatform(const std::string& hostRoot, const MachineFacts& facts, const std::string& programFolder);
+    // With a file system the caller made (a guarded one) instead of one over hostRoot.
+    ImagePlatform(const std::string& hostRoot, const MachineFacts& facts, const std::string& programFolder,
+                  std::unique_ptr<ImageFileSystem> fileSystem);
     ~ImagePlatform() override;
 
     Platform& Ports() override;
@@ -79,7 +82,8 @@ private:
 
 // Loads machine.ini and every registry/*.reg of the image folder (in name order). user.reg, the
 // file Save writes, holds the whole HKEY_CURRENT_USER tree: what earlier files put there is
-// dropped before it is read. A missing machine.ini or a malformed .reg line fails with *error
+// dropped before it is read. A folder without machine.ini fails with *error saying what was
+// looked for; a bad machine.ini or a malformed .reg line fails with *error
 // naming the file (and line).
 std::unique_ptr<ImagePlatform> LoadMachineImage(const std::string& hostRoot, const std::string& programFolder,
                                                 std::string* error);

@@ -300,7 +300,9 @@ bool Win32FileSystem::CopyFile(std::string_view from, std::string_view to, bool 
 
 bool Win32FileSystem::MoveFile(std::string_view from, std::string_view to) {
     std::string source(from), target(to);
-    if (MoveFileExA(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED))
+    // Write-through: a database replaced by a move must be on the disk when the call returns.
+    if (MoveFileExA(source.c_str(), target.c_str(),
+                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH))
         return true;
     return GetLastError() == ERROR_CALL_NOT_IMPLEMENTED && MoveFileWithoutEx(source, target);
 }
