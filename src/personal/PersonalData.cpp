@@ -137,29 +137,44 @@ bool RegeditTransfer::Import(const std::string& file) {
     return platform.shell.Execute("open", "regedit.exe", "/s \"" + file + "\"", "C:\\");
 }
 
-PersonalRunResult BackUpPersonalItems(Platform& platform, const std::vector<PersonalItem>& items,
-                                      std::string_view folder, int zipLevel, RegistryTransfer& transfer,
-                                      PersonalObserver& observer) {
+namespace {
+
+// Runs step for each chosen item in the items' order; a stop takes effect between items,
+// never before the first.
+template <typename Step>
+PersonalRunResult RunChosenItems(Platform& platform, const std::vector<PersonalItem>& items,
+                                 PersonalObserver& observer, Step step) {
     PersonalRunResult result;
     ShellFolders folders = ReadShellFolders(platform.registry);
     ItemCallback callback(observer, result);
     for (const auto& info : kPersonalItems) {
         if (std::find(items.begin(), items.end(), info.item) == items.end())
             continue;
-        // A stop takes effect between items, never before the first.
         if (result.done.size() + result.failed.size() > 0 && observer.StopRequested()) {
             result.stopped = true;
             break;
         }
         observer.ItemStarted(info.item);
         observer.Progress(0);
-        std::string archive = InFolder(folder, info.packedAs);
-        bool ok = info.item == PersonalItem::Registry
-                      ? PackRegistry(platform, std::string(folder), archive, zipLevel, transfer, callback)
-                      : PackFolder(platform, ItemFolder(folders, info.item), archive, zipLevel, callback);
+        bool ok = step(info, folders, callback);
         (ok ? result.done : result.failed).push_back(info.item);
     }
     return result;
+}
+
+} // namespace
+
+PersonalRunResult BackUpPersonalItems(Platform& platform, const std::vector<PersonalItem>& items,
+                                      std::string_view folder, int zipLevel, RegistryTransfer& transfer,
+                                      PersonalObserver& observer) {
+    return RunChosenItems(
+        platform, items, observer,
+        [&](const auto& info, const ShellFolders& folders, ItemCallback& callback) {
+            std::string archive = InFolder(folder, info.packedAs);
+            return info.item == PersonalItem::Registry
+                       ? PackRegistry(platform, std::string(folder), archive, zipLevel, transfer, callback)
+                       : PackFolder(platform, ItemFolder(folders, info.item), archive, zipLevel, callback);
+        });
 }
 
 std::vector<PersonalItem> RestorableItems(FileSystem& fs, std::string_view folder) {
@@ -174,32 +189,16 @@ std::vector<PersonalItem> RestorableItems(FileSystem& fs, std::string_view folde
 PersonalRunResult RestorePersonalItems(Platform& platform, const std::vector<PersonalItem>& items,
                                        std::string_view folder, RegistryTransfer& transfer,
                                        PersonalObserver& observer) {
-    PersonalRunResult result;
-    ShellFolders folders = ReadShellFolders(platform.registry);
-    ItemCallback callback(observer, result);
-    for (const auto& info : kPersonalItems) {
-        if (std::find(items.begin(), items.end(), info.item) == items.end())
-            continue;
-        // A stop takes effect between items, never before the first.
-        if (result.done.size() + result.failed.size() > 0 && observer.StopRequested()) {
-            result.stopped = true;
-            break;
-        }
-        observer.ItemStarted(info.item);
-        observer.Progress(0);
-        std::string archive = InFolder(folder, info.unpackedFrom);
-        bool ok;
-        if (info.item == PersonalItem::Registry) {
-            std::string exported = InFolder(folder, kRegistryExportName);
-            platform.fs.DeleteFile(exported);
-            ok = Unpack(platform, archive, std::string(folder), callback) && platform.fs.Exists(exported) &&
-                 transfer.Import(exported);
-        } else {
-            ok = Unpack(platform, archive, ItemFolder(folders, info.item), callback);
-        }
-        (ok ? result.done : result.failed).push_back(info.item);
-    }
-    return result;
+    return RunChosenItems(platform, items, observer,
+                          [&](const auto& info, const ShellFolders& folders, ItemCallback& callback) {
+                              std::string archive = InFolder(folder, info.unpackedFrom);
+                              if (info.item != PersonalItem::Registry)
+                                  return Unpack(platform, archive, ItemFolder(folders, info.item), callback);
+                              std::string exported = InFolder(folder, kRegistryExportName);
+                              platform.fs.DeleteFile(exported);
+                              return Unpack(platform, archive, std::string(folder), callback) &&
+                                     platform.fs.Exists(exported) && transfer.Import(exported);
+                          });
 }
 
 } // namespace vantrel

@@ -10,6 +10,7 @@
 # --restore-from WINDOWS-FOLDER  also pictures the Restore tab listing the backup in that folder,
 #            reached from the keyboard as a user would: Driver Restoration, From Folder, Yes
 # --uninstall also pictures the Uninstall tab (Tools, Uninstall Drivers)
+# --update   also pictures the Update tab with the search's results (Update, Driver Update)
 # --detect-unknown also pictures the unknown device dialog (Tools, Detect Unknown Devices)
 # --liveupdate also pictures the LiveUpdate wizard's search page (Update, Database LiveUpdate,
 #            Next) against a server on 127.0.0.1 that offers both databases
@@ -26,6 +27,7 @@ language=English
 registry=()
 restoreFrom=""
 uninstall=0
+update=0
 detectUnknown=0
 liveUpdate=0
 options=0
@@ -39,6 +41,7 @@ while [ $# -gt 2 ]; do
     --registry) registry+=("$(realpath "$2")"); shift ;;
     --restore-from) restoreFrom=$2; shift ;;
     --uninstall) uninstall=1 ;;
+    --update) update=1 ;;
     --detect-unknown) detectUnknown=1 ;;
     --liveupdate) liveUpdate=1 ;;
     --options) options=1 ;;
@@ -187,6 +190,12 @@ if [ $uninstall -eq 1 ]; then
     sleep 2
     import -window root "$outdir/vantrel-$language-uninstall.png"
     echo "screenshot: $outdir/vantrel-$language-uninstall.png"
+fi
+if [ $update -eq 1 ]; then
+    keys alt+u && sleep 0.5 && xdotool key u
+    sleep 3 # the search runs when the tab opens
+    import -window root "$outdir/vantrel-$language-update.png"
+    echo "screenshot: $outdir/vantrel-$language-update.png"
 fi
 if [ $detectUnknown -eq 1 ]; then
     dialog=$(sed -n '/^\[FormUnknownDevice\]/,/^\[/s/^Caption=\(.*\)$/\1/p' "$ini" | head -n1 | tr -d '\r')

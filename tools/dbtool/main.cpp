@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -29,20 +30,26 @@ void Usage(std::FILE* out) {
                out);
 }
 
+// The "--name VALUE" options of one command; false, after the usage, on anything else.
+bool TakeOptions(const char* command, const std::vector<std::string>& args,
+                 const std::map<std::string, std::string*>& options) {
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        auto option = options.find(args[i]);
+        if (option != options.end() && i + 1 < args.size()) {
+            *option->second = args[++i];
+            continue;
+        }
+        std::fprintf(stderr, "vantrel-dbtool %s: unexpected argument \"%s\"\n", command, args[i].c_str());
+        Usage(stderr);
+        return false;
+    }
+    return true;
+}
+
 int RunPcidevs(const std::vector<std::string>& args) {
     std::string from, out;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        bool hasValue = i + 1 < args.size();
-        if (args[i] == "--from" && hasValue)
-            from = args[++i];
-        else if (args[i] == "--out" && hasValue)
-            out = args[++i];
-        else {
-            std::fprintf(stderr, "vantrel-dbtool pcidevs: unexpected argument \"%s\"\n", args[i].c_str());
-            Usage(stderr);
-            return 2;
-        }
-    }
+    if (!TakeOptions("pcidevs", args, {{"--from", &from}, {"--out", &out}}))
+        return 2;
     if (from.empty() || out.empty()) {
         Usage(stderr);
         return 2;
@@ -97,20 +104,8 @@ private:
 
 int RunDriverDb(const std::vector<std::string>& args) {
     std::string from, out, dump;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        bool hasValue = i + 1 < args.size();
-        if (args[i] == "--from" && hasValue)
-            from = args[++i];
-        else if (args[i] == "--out" && hasValue)
-            out = args[++i];
-        else if (args[i] == "--dump" && hasValue)
-            dump = args[++i];
-        else {
-            std::fprintf(stderr, "vantrel-dbtool driverdb: unexpected argument \"%s\"\n", args[i].c_str());
-            Usage(stderr);
-            return 2;
-        }
-    }
+    if (!TakeOptions("driverdb", args, {{"--from", &from}, {"--out", &out}, {"--dump", &dump}}))
+        return 2;
     HostFiles files;
     std::string error;
     if (!dump.empty() && from.empty() && out.empty()) {
