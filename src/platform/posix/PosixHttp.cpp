@@ -13,6 +13,9 @@
 
 namespace vantrel {
 
+// libcurl's answer (63) when a body is larger than CURLOPT_MAXFILESIZE_LARGE allows.
+constexpr int kCurlBodyOverCap = 63;
+
 namespace {
 
 struct Transfer {
@@ -176,7 +179,7 @@ public:
             result.error = HttpError::Timeout;
         else if (code == CURLE_PARTIAL_FILE)
             result.error = HttpError::ShortBody;
-        else if (code == CURLE_FILESIZE_EXCEEDED)
+        else if (code == kCurlBodyOverCap)
             result.error = HttpError::TooLarge;
         else
             result.error = HttpError::Transfer;
